@@ -1,0 +1,149 @@
+// Vertical flips (rows of bytes, optionally widened into margins) and the
+// horizontal flip of 4-byte pixels.
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "cconvert/geometry.h"
+#include "frame/failure.h"
+#include "frame/shim_protocol.h"
+
+using namespace cconvert::detail;
+
+namespace {
+
+unsigned char* row_at(void* base, std::size_t row, std::size_t row_bytes) {
+    return static_cast<unsigned char*>(base) + row * row_bytes;
+}
+
+// Left and right margins of a source row placed in a longer destination row.
+struct Margins {
+    std::uint32_t left = 0;
+    std::uint32_t right = 0;
+    bool any() const { return left + right != 0; }
+};
+
+Margins margins_for(unsigned int flags, unsigned int destination_row_bytes,
+                    unsigned int source_row_bytes) {
+    if (destination_row_bytes <= source_row_bytes) return {};
+    const std::uint32_t extra = destination_row_bytes - source_row_bytes;
+    const std::uint32_t half_down = extra / 2, half_up = extra - extra / 2;
+    switch (flags & CCNVT_FLIP_ALIGN_MASK) {
+        case CCNVT_FLIP_ALIGN_RIGHT: return {extra, 0};
+        case CCNVT_FLIP_ALIGN_LEFT: return {0, extra};
+        case CCNVT_FLIP_ALIGN_CENTRE_LEFT: return {half_up, half_down};
+        case CCNVT_FLIP_ALIGN_CENTRE_RIGHT: return {half_down, half_up};
+        default: return {};
+    }
+}
+
+// Zeroes the margins of a destination row: the first left bytes, and right
+// bytes after the source row's place.
+void clear_margins(unsigned char* row, const Margins& margins, unsigned int source_row_bytes) {
+    std::memset(row, 0, margins.left);
+    std::memset(row + source_row_bytes + margins.left, 0, margins.right);
+}
+
+// Rows may start at any byte (the row bytes need not be a multiple of 4):
+// pixels are moved with memcpy.
+std::uint32_t load_pixel(const unsigned char* row, std::uint32_t k) {
+    std::uint32_t pixel;
+    std::memcpy(&pixel, row + 4 * std::size_t{k}, sizeof pixel);
+    return pixel;
+}
+
+void store_pixel(unsigned char* row, std::uint32_t k, std::uint32_t pixel) {
+    std::memcpy(row + 4 * std::size_t{k}, &pixel, sizeof pixel);
+}
+
+void mirror_pixels(unsigned char* to, const unsigned char* from, std::uint32_t width) {
+    for (std::uint32_t k = 0; k < width; ++k) store_pixel(to, k, load_pixel(from, width - 1 - k));
+}
+
+void mirror_pixels_in_place(unsigned char* row, std::uint32_t width) {
+    for (std::uint32_t k = 0; k < width / 2; ++k) {
+        const std::uint32_t left = load_pixel(row, k), right = load_pixel(row, width - 1 - k);
+        store_pixel(row, k, right);
+        store_pixel(row, width - 1 - k, left);
+    }
+}
+
+void flip_rows_in_place(unsigned char* frame, int rows, unsigned int row_bytes) {
+    ScratchRow scratch(row_bytes);
+    if (rows < 2) return;
+    run_reporting_failure("exception-ccnvt_flip_vert() ", [&] {
+        for (int i = 0; i < rows / 2; ++i) {
+            unsigned char* upper = row_at(frame, i, row_bytes);
+            unsigned char* lower = row_at(frame, rows - 1 - i, row_bytes);
+            copy_bytes_via_shims(scratch.data(), upper, row_bytes);
+            copy_bytes_via_shims(upper, lower, row_bytes);
+            copy_bytes_via_shims(lower, scratch.data(), row_bytes);
+        }
+    });
+}
+
+void flip_rows_with_margins_in_place(unsigned char* frame, int rows,
+                                     unsigned int destination_row_bytes,
+                                     unsigned int source_row_bytes, const Margins& margins,
+                                     bool clear) {
+    ScratchRow scratch(destination_row_bytes);
+    if (rows < 2) return;
+    run_reporting_failure("exception-ccnvt_flip_vert_flags() ", [&] {
+        for (int i = 0; i < rows / 2; ++i) {
+            unsigned char* upper = row_at(frame, i, destination_row_bytes);
+            unsigned char* lower = row_at(frame, rows - 1 - i, destination_row_bytes);
+            if (clear) clear_margins(upper, margins, source_row_bytes);
+            // The lower row's content lands at offset 0, not at the left margin.
+            CopyMemoryFast(scratch.data(), upper, destination_row_bytes);
+            CopyMemoryFast(upper, lower, source_row_bytes);
+            CopyMemoryFast(lower, scratch.data(), destination_row_bytes);
+        }
+    });
+}
+
+}  // namespace
+
+void ccnvt_flip_vert(void* destination, void* source, unsigned int, int rows,
+                     unsigned int row_bytes) {
+    if (destination == source) {
+        flip_rows_in_place(static_cast<unsigned char*>(destination), rows, row_bytes);
+        return;
+    }
+    for (int i = 0; i < rows; ++i)
+        copy_bytes_via_shims(row_at(destination, i, row_bytes),
+                             row_at(source, rows - 1 - i, row_bytes), row_bytes);
+}
+
+int ccnvt_flip_vert_flags(void* destination, void* source, unsigned int, unsigned int, int rows,
+                          unsigned int destination_row_bytes, unsigned int source_row_bytes,
+                          unsigned int flags, unsigned int keep_margins) {
+    const Margins margins = margins_for(flags, destination_row_bytes, source_row_bytes);
+    const bool clear = keep_margins == 0 && margins.any();
+    if (destination == source) {
+        flip_rows_with_margins_in_place(static_cast<unsigned char*>(destination), rows,
+                                        destination_row_bytes, source_row_bytes, margins, clear);
+        return 0;
+    }
+    for (int i = 0; i < rows; ++i) {
+        unsigned char* row = row_at(destination, i, destination_row_bytes);
+        if (clear) clear_margins(row, margins, source_row_bytes);
+        CopyMemoryFast(row + margins.left, row_at(source, rows - 1 - i, source_row_bytes),
+                       source_row_bytes);
+    }
+    return 0;
+}
+
+void ccnvt_flip_horz(unsigned int* destination, unsigned int* source, unsigned int width, int rows,
+                     int row_bytes) {
+    const bool in_place = destination == source;
+    if (rows < 1 || width < (in_place ? 2u : 1u)) return;
+    for (int r = 0; r < rows; ++r) {
+        const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(r) * row_bytes;
+        unsigned char* to = reinterpret_cast<unsigned char*>(destination) + offset;
+        const unsigned char* from = reinterpret_cast<const unsigned char*>(source) + offset;
+        if (in_place)
+            mirror_pixels_in_place(to, width);
+        else
+            mirror_pixels(to, from, width);
+    }
+}

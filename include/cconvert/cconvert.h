@@ -1,0 +1,9 @@
+/* cconvert: every public declaration of the library. */
+#ifndef CCONVERT_H
+#define CCONVERT_H
+
+#include "frame.h"
+#include "geometry.h"
+#include "ycbcr422.h"
+
+#endif

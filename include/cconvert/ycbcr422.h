@@ -1,0 +1,58 @@
+/* cconvert: packed YCbCr 4:2:2 in 8 bits (2vuy) and 10 bits (v210).
+ *
+ * 2vuy: two pixels in four bytes, Cb Y0 Cr Y1; a row of w pixels is 2 * w
+ *   bytes, always tight.
+ * v210: six pixels in four little-endian 32-bit words (16 bytes), three
+ *   10-bit fields per word at bits 0-9, 10-19 and 20-29, bits 30-31 zero:
+ *     word 0: Cb0 Y0  Cr0     word 2: Cr2 Y3  Cb4
+ *     word 1: Y1  Cb2 Y2      word 3: Y4  Cr4 Y5
+ *   A row holds ceil(w / 6) groups.
+ *
+ * Repacking is by shifts: 8 to 10 bits shifts left by 2 (low bits zero),
+ * 10 to 8 bits drops the two low bits. Both directions always work in whole
+ * groups of six pixels: when w is not a multiple of 6 the last group reads
+ * (2vuy to v210) or writes (v210 to 2vuy) up to 10 bytes past 2 * w bytes of
+ * 2vuy. Size 2vuy buffers for whole groups.
+ */
+#ifndef CCONVERT_YCBCR422_H
+#define CCONVERT_YCBCR422_H
+
+#include "frame.h"
+
+CCNVT_C_BEGIN
+
+/* 2vuy to v210. pitch: bytes between v210 rows; 0 means (16 * w) / 6 rounded
+ * up to a multiple of 64 (32-bit arithmetic). Nothing is done when width is
+ * 0; height must be at least 1. Rows are converted from the last to the
+ * first; the destination must not overlap the source. */
+CCNVT_EXPORT void ccnvt_2vuy_v210(unsigned char* destination, const unsigned char* source,
+                                  unsigned int width, unsigned int height, unsigned int pitch);
+
+/* v210 to 2vuy. pitch: bytes between v210 rows; 0 means (16 * w) / 6, not
+ * rounded (32-bit arithmetic). Nothing is done when width or height is 0.
+ * Works in place (destination == source). */
+CCNVT_EXPORT void ccnvt_v210_2vuy(unsigned char* destination, const unsigned char* source,
+                                  unsigned int width, unsigned int height, unsigned int pitch);
+
+CCNVT_C_END
+
+#ifdef __cplusplus
+
+/* One v210 group unpacked: twelve 10-bit samples in stream order
+ * Cb0 Y0 Cr0 Y1 Cb2 Y2 Cr2 Y3 Cb4 Y4 Cr4 Y5. */
+struct v210FourWords {
+    unsigned short sample[12];
+};
+
+/* The same as ccnvt_2vuy_v210 and ccnvt_v210_2vuy, under their older names. */
+CCNVT_EXPORT void ccnvt_yuv422_8_yuv422_10(unsigned char* destination, unsigned char* source,
+                                           unsigned int width, unsigned int height, unsigned int pitch);
+CCNVT_EXPORT void ccnvt_yuv422_10_yuv422_8(unsigned char* destination, unsigned char* source,
+                                           unsigned int width, unsigned int height, unsigned int pitch);
+
+/* Unpacks the v210 group at source into group; returns source + 4. */
+CCNVT_EXPORT unsigned int* _v210_get_next_4words(unsigned int* source, v210FourWords* group);
+
+#endif /* __cplusplus */
+
+#endif

@@ -5,8 +5,10 @@
 #include <cstring>
 
 #include "cconvert/geometry.h"
+#include "frame/dispatch.h"
 #include "frame/failure.h"
 #include "frame/shim_protocol.h"
+#include "geometry/mirror_kernels.h"
 
 using namespace cconvert::detail;
 
@@ -42,30 +44,6 @@ Margins margins_for(unsigned int flags, unsigned int destination_row_bytes,
 void clear_margins(unsigned char* row, const Margins& margins, unsigned int source_row_bytes) {
     std::memset(row, 0, margins.left);
     std::memset(row + source_row_bytes + margins.left, 0, margins.right);
-}
-
-// Rows may start at any byte (the row bytes need not be a multiple of 4):
-// pixels are moved with memcpy.
-std::uint32_t load_pixel(const unsigned char* row, std::uint32_t k) {
-    std::uint32_t pixel;
-    std::memcpy(&pixel, row + 4 * std::size_t{k}, sizeof pixel);
-    return pixel;
-}
-
-void store_pixel(unsigned char* row, std::uint32_t k, std::uint32_t pixel) {
-    std::memcpy(row + 4 * std::size_t{k}, &pixel, sizeof pixel);
-}
-
-void mirror_pixels(unsigned char* to, const unsigned char* from, std::uint32_t width) {
-    for (std::uint32_t k = 0; k < width; ++k) store_pixel(to, k, load_pixel(from, width - 1 - k));
-}
-
-void mirror_pixels_in_place(unsigned char* row, std::uint32_t width) {
-    for (std::uint32_t k = 0; k < width / 2; ++k) {
-        const std::uint32_t left = load_pixel(row, k), right = load_pixel(row, width - 1 - k);
-        store_pixel(row, k, right);
-        store_pixel(row, width - 1 - k, left);
-    }
 }
 
 void flip_rows_in_place(unsigned char* frame, int rows, unsigned int row_bytes) {
@@ -137,13 +115,20 @@ void ccnvt_flip_horz(unsigned int* destination, unsigned int* source, unsigned i
                      int row_bytes) {
     const bool in_place = destination == source;
     if (rows < 1 || width < (in_place ? 2u : 1u)) return;
+    const MirrorRow mirror =
+        choose_kernel<MirrorRow>(mirror_row_portable, mirror_row_sse, mirror_row_avx2);
+    const MirrorRowInPlace mirror_in_place = choose_kernel<MirrorRowInPlace>(
+        mirror_row_in_place_portable, mirror_row_in_place_sse, mirror_row_in_place_avx2);
+    const std::size_t pixel_bytes = 4 * std::size_t{width};
     for (int r = 0; r < rows; ++r) {
         const std::ptrdiff_t offset = static_cast<std::ptrdiff_t>(r) * row_bytes;
         unsigned char* to = reinterpret_cast<unsigned char*>(destination) + offset;
         const unsigned char* from = reinterpret_cast<const unsigned char*>(source) + offset;
         if (in_place)
-            mirror_pixels_in_place(to, width);
+            mirror_in_place(to, width);
+        else if (ranges_overlap(to, pixel_bytes, from, pixel_bytes))
+            mirror_row_portable(to, from, width);
         else
-            mirror_pixels(to, from, width);
+            mirror(to, from, width);
     }
 }

@@ -10,6 +10,7 @@
 #include "support/test_support.h"
 
 using cconvert::test::GuardedBuffer;
+using cconvert::test::ScopedCpuFeatures;
 
 namespace {
 
@@ -160,8 +161,14 @@ TEST(FlipVertFlags, NoRowsOrOneRowInPlaceDoNothing) {
 
 // ---- ccnvt_flip_horz ----
 
-TEST(FlipHorz, MirrorsPixelsOfEveryRow) {
-    for (std::uint32_t width : {1u, 2u, 3u, 4u, 5u, 8u, 9u, 16u, 17u, 33u, 1920u}) {
+class FlipHorzKernels : public ::testing::TestWithParam<unsigned int> {};
+
+TEST_P(FlipHorzKernels, MirrorPixelsOfEveryRowInPlaceOrNot) {
+    ScopedCpuFeatures features(GetParam());
+    std::vector<std::uint32_t> widths;
+    for (std::uint32_t w = 1; w <= 130; ++w) widths.push_back(w);
+    for (std::uint32_t w : {1919u, 1920u, 3841u}) widths.push_back(w);
+    for (std::uint32_t width : widths) {
         const int rows = 3;
         const int row_bytes = static_cast<int>(4 * width + 6);  // not a multiple of 4
         GuardedBuffer source(rows * row_bytes);
@@ -189,6 +196,25 @@ TEST(FlipHorz, MirrorsPixelsOfEveryRow) {
         ASSERT_TRUE(mirrored.guards_intact() && in_place.guards_intact());
     }
 }
+
+TEST_P(FlipHorzKernels, OverlappingRowsGoFrontToBack) {
+    // Destination one pixel after the source: each pixel written is read
+    // again later, as the front-to-back loop defines.
+    ScopedCpuFeatures features(GetParam());
+    const std::uint32_t width = 40;
+    GuardedBuffer buffer(4 * (width + 1));
+    buffer.fill_random(4);
+    std::vector<std::uint32_t> model(width + 1);
+    std::memcpy(model.data(), buffer.data(), buffer.size());
+    for (std::uint32_t k = 0; k < width; ++k) model[1 + k] = model[width - 1 - k];
+    ccnvt_flip_horz(reinterpret_cast<unsigned int*>(buffer.data() + 4),
+                    reinterpret_cast<unsigned int*>(buffer.data()), width, 1, 0);
+    EXPECT_EQ(0, std::memcmp(buffer.data(), model.data(), buffer.size()));
+}
+
+INSTANTIATE_TEST_SUITE_P(FeatureWords, FlipHorzKernels,
+                         ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
+                         [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 
 TEST(FlipHorz, WidthOneInPlaceReturnsAndOutOfPlaceCopies) {
     GuardedBuffer frame(8), destination(8, 0);

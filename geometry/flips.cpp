@@ -46,36 +46,19 @@ void clear_margins(unsigned char* row, const Margins& margins, unsigned int sour
     std::memset(row + source_row_bytes + margins.left, 0, margins.right);
 }
 
-void flip_rows_in_place(unsigned char* frame, int rows, unsigned int row_bytes) {
+// Exchanges row i with row rows - 1 - i for every i below rows / 2 (the
+// middle row of an odd count stays) through a scratch row of row_bytes + 1
+// bytes. An exception from a copy ends the loop at once and is reported with
+// failure_text; the scratch is released on every path.
+template <class Exchange>
+void exchange_row_pairs(unsigned char* frame, int rows, unsigned int row_bytes,
+                        const char* failure_text, Exchange exchange) {
     ScratchRow scratch(row_bytes);
     if (rows < 2) return;
-    run_reporting_failure("exception-ccnvt_flip_vert() ", [&] {
-        for (int i = 0; i < rows / 2; ++i) {
-            unsigned char* upper = row_at(frame, i, row_bytes);
-            unsigned char* lower = row_at(frame, rows - 1 - i, row_bytes);
-            copy_bytes_via_shims(scratch.data(), upper, row_bytes);
-            copy_bytes_via_shims(upper, lower, row_bytes);
-            copy_bytes_via_shims(lower, scratch.data(), row_bytes);
-        }
-    });
-}
-
-void flip_rows_with_margins_in_place(unsigned char* frame, int rows,
-                                     unsigned int destination_row_bytes,
-                                     unsigned int source_row_bytes, const Margins& margins,
-                                     bool clear) {
-    ScratchRow scratch(destination_row_bytes);
-    if (rows < 2) return;
-    run_reporting_failure("exception-ccnvt_flip_vert_flags() ", [&] {
-        for (int i = 0; i < rows / 2; ++i) {
-            unsigned char* upper = row_at(frame, i, destination_row_bytes);
-            unsigned char* lower = row_at(frame, rows - 1 - i, destination_row_bytes);
-            if (clear) clear_margins(upper, margins, source_row_bytes);
-            // The lower row's content lands at offset 0, not at the left margin.
-            CopyMemoryFast(scratch.data(), upper, destination_row_bytes);
-            CopyMemoryFast(upper, lower, source_row_bytes);
-            CopyMemoryFast(lower, scratch.data(), destination_row_bytes);
-        }
+    run_reporting_failure(failure_text, [&] {
+        for (int i = 0; i < rows / 2; ++i)
+            exchange(row_at(frame, i, row_bytes), row_at(frame, rows - 1 - i, row_bytes),
+                     scratch.data());
     });
 }
 
@@ -84,7 +67,13 @@ void flip_rows_with_margins_in_place(unsigned char* frame, int rows,
 void ccnvt_flip_vert(void* destination, void* source, unsigned int, int rows,
                      unsigned int row_bytes) {
     if (destination == source) {
-        flip_rows_in_place(static_cast<unsigned char*>(destination), rows, row_bytes);
+        exchange_row_pairs(static_cast<unsigned char*>(destination), rows, row_bytes,
+                           "exception-ccnvt_flip_vert() ",
+                           [&](unsigned char* upper, unsigned char* lower, unsigned char* scratch) {
+                               copy_bytes_via_shims(scratch, upper, row_bytes);
+                               copy_bytes_via_shims(upper, lower, row_bytes);
+                               copy_bytes_via_shims(lower, scratch, row_bytes);
+                           });
         return;
     }
     for (int i = 0; i < rows; ++i)
@@ -98,8 +87,15 @@ int ccnvt_flip_vert_flags(void* destination, void* source, unsigned int, unsigne
     const Margins margins = margins_for(flags, destination_row_bytes, source_row_bytes);
     const bool clear = keep_margins == 0 && margins.any();
     if (destination == source) {
-        flip_rows_with_margins_in_place(static_cast<unsigned char*>(destination), rows,
-                                        destination_row_bytes, source_row_bytes, margins, clear);
+        exchange_row_pairs(static_cast<unsigned char*>(destination), rows, destination_row_bytes,
+                           "exception-ccnvt_flip_vert_flags() ",
+                           [&](unsigned char* upper, unsigned char* lower, unsigned char* scratch) {
+                               if (clear) clear_margins(upper, margins, source_row_bytes);
+                               // The lower row's content lands at offset 0, not at the left margin.
+                               CopyMemoryFast(scratch, upper, destination_row_bytes);
+                               CopyMemoryFast(upper, lower, source_row_bytes);
+                               CopyMemoryFast(lower, scratch, destination_row_bytes);
+                           });
         return 0;
     }
     for (int i = 0; i < rows; ++i) {

@@ -189,3 +189,41 @@ TEST_F(Interposed, OutOfPlaceFlipsLetTheExceptionThrough) {
                  std::runtime_error);
     EXPECT_TRUE(host.error_lines.empty());
 }
+
+// ---- field routines and the pitch-changing copy ----
+
+TEST_F(Interposed, FieldRoutinesCopyEveryRowByTheShimProtocol) {
+    std::vector<unsigned char> frame(3 * 16), field0(2 * 16), field1(16);
+    ccnvt_fld_sep_to_mix32(frame.data(), 16, field0.data(), field1.data(), 16, 2, 3);
+    ccnvt_fld_mix_to_sep32(field0.data(), field1.data(), 16, frame.data(), 16, 2, 1);
+    EXPECT_EQ(host.events, (std::vector<std::string>{"arm 8", "intel 8", "copy 8", "arm 8", "intel 8",
+                                                     "copy 8", "arm 8", "intel 8", "copy 8",
+                                                     "arm 8", "intel 8", "copy 8"}));
+}
+
+TEST_F(Interposed, CopyInterleavedUsesNoShimsAndOneCopyForEqualPitches) {
+    std::vector<unsigned char> a(4 * 16), b(4 * 20);
+    ccnvt_copy_interleaved(a.data(), 16, b.data(), 16, 0, 4);
+    EXPECT_EQ(host.events, std::vector<std::string>{"copy 64"});
+    host.reset();
+    ccnvt_copy_interleaved(a.data(), 16, b.data(), 20, 0, 3);
+    EXPECT_EQ(host.events, (std::vector<std::string>{"copy 16", "copy 16", "copy 16"}));
+}
+
+TEST_F(Interposed, EqualPitchCopyCountIsKeptTo32Bits) {
+    // 0x1'0000'0010 * 1 keeps only its low 32 bits: 16 bytes.
+    std::vector<unsigned char> a(64), b(64);
+    ccnvt_copy_interleaved(a.data(), 0x100000010L, b.data(), 0x100000010L, 0, 1);
+    EXPECT_EQ(host.events, std::vector<std::string>{"copy 16"});
+}
+
+TEST_F(Interposed, FieldAndCopyRoutinesLetExceptionsThrough) {
+    std::vector<unsigned char> frame(2 * 16), field(16);
+    host.throw_on_copy = 1;
+    EXPECT_THROW(ccnvt_fld_sep_to_mix32(frame.data(), 16, field.data(), field.data(), 16, 4, 2),
+                 std::runtime_error);
+    host.reset();
+    host.throw_on_copy = 1;
+    EXPECT_THROW(ccnvt_copy_interleaved(frame.data(), 16, field.data(), 8, 0, 2), std::runtime_error);
+    EXPECT_TRUE(host.error_lines.empty());
+}

@@ -1,5 +1,6 @@
-/* cconvert: frame flips. The vertical flips move rows of bytes whatever the
- * format; the horizontal flip moves 4-byte pixels. */
+/* cconvert: frame flips, fields and pitch-changing copies. The vertical flips
+ * and the copies move rows of bytes whatever the format; the horizontal flip
+ * and the field routines move 4-byte pixels. */
 #ifndef CCONVERT_GEOMETRY_H
 #define CCONVERT_GEOMETRY_H
 
@@ -40,6 +41,27 @@ CCNVT_EXPORT int ccnvt_flip_vert_flags(void* destination, void* source, unsigned
  * Works in place. */
 CCNVT_EXPORT void ccnvt_flip_horz(unsigned int* destination, unsigned int* source,
                                   unsigned int width, int rows, int row_bytes);
+
+/* Fields of 4-byte pixels in two buffers of the same field pitch: field 0
+ * holds frame rows 0, 2, 4, ..., field 1 rows 1, 3, 5, ... (frame row k is
+ * row k >> 1 of field k & 1; an odd row count gives field 0 the extra row).
+ * Each row moves width * 4 bytes (32-bit arithmetic), rows in ascending
+ * order, through the copy shims and then CopyMemoryFast. Both return 0 when
+ * rows is 0; otherwise the result has no meaning. */
+CCNVT_EXPORT int ccnvt_fld_sep_to_mix32(void* destination, long destination_pitch, void* field0,
+                                        void* field1, long field_pitch, unsigned int width,
+                                        unsigned int rows);
+/* The reverse: the fields (destinations) come first, the frame after them. */
+CCNVT_EXPORT int ccnvt_fld_mix_to_sep32(void* field0, void* field1, long field_pitch, void* source,
+                                        long source_pitch, unsigned int width, unsigned int rows);
+
+/* Copies rows between pitches, whole pitches rather than a width. With equal
+ * pitches: nothing when source == destination, else one copy of pitch * rows
+ * bytes (low 32 bits of each, product kept to 32 bits; rows is not tested).
+ * With unequal pitches: nothing when rows <= 0, else min(pitches) bytes per
+ * row (count kept to 32 bits). The fifth argument is not used. */
+CCNVT_EXPORT void ccnvt_copy_interleaved(void* destination, long destination_pitch, void* source,
+                                         long source_pitch, long unused, long rows);
 
 CCNVT_C_END
 

@@ -6,19 +6,24 @@
 namespace cconvert::detail {
 namespace {
 
+// H.273 code point "unspecified", given for every value without a counterpart.
+constexpr int kUnspecified = 2;
+
 // Range and chroma-location codes share the numbering 0 unspecified, 1, 2:
 // both directions keep 1 and 2 and send everything else to 0.
 int one_or_two_else_zero(int value) {
     return value == 1 || value == 2 ? value : 0;
 }
 
+// The size above which pictures are taken to be high definition.
+bool is_hd_size(int width, int height) {
+    return width > 1279 || height > 576;
+}
+
 }  // namespace
 }  // namespace cconvert::detail
 
-using cconvert::detail::one_or_two_else_zero;
-
-// H.273 code point "unspecified", used for every value without a counterpart.
-static constexpr int kUnspecified = 2;
+using namespace cconvert::detail;
 
 mp_csp avcol_spc_to_mp_csp(int matrix_coefficients) {
     switch (matrix_coefficients) {
@@ -115,10 +120,6 @@ mp_chroma_location avchroma_location_to_mp(int chroma_location) {
 
 int mp_chroma_location_to_av(mp_chroma_location location) {
     return one_or_two_else_zero(location);
-}
-
-static bool is_hd_size(int width, int height) {
-    return width > 1279 || height > 576;
 }
 
 mp_csp mp_csp_guess_colorspace(int width, int height) {

@@ -4,6 +4,7 @@
 // and clamping.
 #include <cmath>
 #include <cstring>
+#include <numbers>
 #include <random>
 #include <vector>
 
@@ -224,6 +225,34 @@ TEST(CspMatrix, EverySpaceLevelsAndControlsAgainstTheModel) {
                     }
 }
 
+TEST(CspMatrix, PublishedSinglePrecisionCoefficients) {
+    // R = Y + a Cr, G = Y + b Cb + c Cr, B = Y + d Cb, as single-precision
+    // constants; each is scaled by the range gain in double precision and
+    // stored in single.
+    struct Coefficients {
+        mp_csp csp;
+        float a, b, c, d;
+    };
+    const Coefficients table[] = {
+        {MP_CSP_BT_601, 1.402f, -0.34413627f, -0.71413624f, 1.772f},
+        {MP_CSP_BT_709, 1.5748f, -0.18732426f, -0.46812427f, 1.8556f},
+        {MP_CSP_SMPTE_240M, 1.5756f, -0.22534649f, -0.4767465f, 1.827f},
+        {MP_CSP_BT_2020_NC, 1.4746001f, -0.16455314f, -0.5713532f, 1.8814f},
+    };
+    for (const Coefficients& k : table) {
+        // 8-bit limited input, full output: luma gain 255/219, chroma 255/224.
+        const mp_cmat m = map_for(request(k.csp, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_FULL, 8, 8));
+        const double s = 1.0 / 255;
+        const double luma = 1.0 / (235 * s - 16 * s), chroma = 1.0 / (240 * s - 128 * s) * 0.5;
+        const float expected[3][3] = {{float(luma), 0, float(k.a * chroma)},
+                                      {float(luma), float(k.b * chroma), float(k.c * chroma)},
+                                      {float(luma), float(k.d * chroma), 0}};
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j)
+                EXPECT_EQ(m.m[i][j], expected[i][j]) << "csp " << k.csp << " [" << i << "][" << j << "]";
+    }
+}
+
 TEST(CspMatrix, Bt709LimitedBlackAndWhiteExactly) {
     for (int bits : {8, 10}) {
         const int scale = 1 << (bits - 8), top = (1 << bits) - 1;
@@ -362,7 +391,7 @@ TEST(CspMatrix, HueTurnsTheChromaColumns) {
         request(MP_CSP_BT_2020_NC, MP_CSP_LEVELS_FULL, MP_CSP_LEVELS_FULL, 8, 8);
     const mp_cmat base = map_for(neutral);
     mp_csp_params p = neutral;
-    p.hue = float(M_PI / 2);  // (u, v) becomes (-v, u)
+    p.hue = float(std::numbers::pi / 2);  // (u, v) becomes (-v, u)
     const mp_cmat m = map_for(p);
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(m.m[i][0], base.m[i][0]);

@@ -351,8 +351,9 @@ CCNVT_EXPORT void mp_mul_matrix3x3(float a[3][3], float b[3][3]);
 
 /* The factor that takes a sample read from a texture of texture_bits to the
  * 0..1 scale of input_bits: 1 when input_bits is 0 or csp is xyz; for rgb
- * (2^in - 1) / (2^tex - 1); else 2^in / (2^tex - 1) * 255/256. Bit counts
- * from 0 to 62. */
+ * (2^in - 1) / (2^tex - 1); else 2^in / (2^tex - 1) * 255/256 (limited-range
+ * codes scale by powers of two). Bit counts below 63; texture_bits of 0 with a
+ * non-zero input_bits divides by zero. */
 CCNVT_EXPORT double mp_get_csp_mul(mp_csp csp, int input_bits, int texture_bits);
 /* Writes the whole map from the request: matrix by params->color.csp (auto
  * and unknown values as bt.601), input range by params->color.levels (auto

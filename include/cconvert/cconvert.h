@@ -3,6 +3,7 @@
 #define CCONVERT_H
 
 #include "frame.h"
+#include "csputils.h"
 #include "geometry.h"
 #include "planar.h"
 #include "ycbcr422.h"

@@ -1,0 +1,97 @@
+#!/bin/bash
+# Runs the built ccnvt tool: round trips through files, and every mistake a
+# person can make getting one clear line and a non-zero exit with no output
+# file left behind.
+# usage: cli_test.sh CCNVT WORK_DIR
+set -u
+tool=$(realpath "$1")
+work=$2
+rm -rf "$work" && mkdir -p "$work" && cd "$work" || exit 1
+failures=0
+
+fail() {
+    echo "FAIL: $*" >&2
+    failures=$((failures + 1))
+}
+
+# expect_ok DESCRIPTION COMMAND...
+expect_ok() {
+    local what=$1
+    shift
+    if ! "$@" > /dev/null 2> stderr.txt; then
+        fail "$what: exit $? ($(cat stderr.txt))"
+    fi
+}
+
+# expect_error DESCRIPTION "TEXT IN THE MESSAGE" COMMAND... (output file: out)
+expect_error() {
+    local what=$1 text=$2
+    shift 2
+    rm -f out
+    "$@" > /dev/null 2> stderr.txt
+    local status=$?
+    [ $status -ne 0 ] || fail "$what: exit 0"
+    [ "$(wc -l < stderr.txt)" -eq 1 ] || fail "$what: not one line: $(cat stderr.txt)"
+    grep -qF -- "$text" stderr.txt || fail "$what: message '$(cat stderr.txt)' lacks '$text'"
+    [ ! -e out ] || fail "$what: left an output file"
+    ls ./*.ccnvt-* > /dev/null 2>&1 && fail "$what: left a temporary file"
+}
+
+frame_2vuy=$((1920 * 1080 * 2))
+head -c $((frame_2vuy * 3)) /dev/urandom > frames.2vuy
+
+# ---- round trips ----
+expect_ok "2vuy to v210" "$tool" convert frames.2vuy frames.v210 --from 2vuy --to v210 --size 1920x1080
+expect_ok "v210 to 2vuy, two threads" "$tool" convert frames.v210 back.2vuy --from v210 --to 2vuy \
+    --size 1920x1080 --threads 2
+cmp -s frames.2vuy back.2vuy || fail "2vuy -> v210 -> 2vuy changed the frames"
+[ "$(stat -c %s frames.v210)" -eq $((5120 * 1080 * 3)) ] || fail "v210 frames are not 5120-byte rows"
+
+expect_ok "one frame of three" "$tool" convert frames.2vuy one.v210 --from uyvy --to v210 --size 1920x1080 --frames 1
+[ "$(stat -c %s one.v210)" -eq $((5120 * 1080)) ] || fail "--frames 1 wrote $(stat -c %s one.v210) bytes"
+
+# A padded input pitch: rows of 3848 bytes, 8 of them padding.
+head -c $((3848 * 1080)) /dev/urandom > padded.2vuy
+expect_ok "padded 2vuy" "$tool" convert padded.2vuy padded.v210 --from 2vuy --to v210 --size 1920x1080 --pitch 3848
+expect_ok "back from padded" "$tool" convert padded.v210 unpadded.2vuy --from v210 --to 2vuy --size 1920x1080
+cut_rows() { python3 -c "import sys; d=open(sys.argv[1],'rb').read(); sys.stdout.buffer.write(b''.join(d[i*3848:i*3848+3840] for i in range(1080)))" "$1"; }
+cut_rows padded.2vuy > padded-tight.2vuy
+cmp -s padded-tight.2vuy unpadded.2vuy || fail "a padded pitch lost or moved pixels"
+
+# A chain: NV12 to 2vuy through the direct step, then on to planes.
+head -c $((1920 * 1080 * 3 / 2)) /dev/urandom > frame.nv12
+"$tool" convert frame.nv12 chain.i420 --from nv12 --to i420 --size 1920x1080 -v 2> chain.txt || fail "nv12 to i420"
+grep -q "nv12 -> 2vuy (cycbcr_NV12_to_uyvy), 2vuy -> i420 (ccnvt_2vuy_i420)" chain.txt ||
+    fail "-v did not say the chain: $(cat chain.txt)"
+
+expect_ok "formats" "$tool" formats
+"$tool" formats | grep -q '^v210 ' || fail "formats does not list v210"
+
+# ---- bad input ----
+expect_error "unknown format" "unknown format 'v211'" "$tool" convert frames.2vuy out --from 2vuy --to v211 --size 1920x1080
+expect_error "no route" "cannot convert v210 to nv12" "$tool" convert frames.v210 out --from v210 --to nv12 --size 1920x1080
+expect_error "zero size" "must not be zero" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 0x1080
+expect_error "huge size" "too large" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 100000x2
+expect_error "bad size text" "is not WIDTHxHEIGHT" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1920by1080
+expect_error "odd width" "multiple of 2, not 1919" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1919x1080
+expect_error "odd height for 4:2:0" "multiple of 2, not 1081" "$tool" convert frame.nv12 out --from nv12 --to 2vuy --size 1920x1081
+head -c 1000 frames.2vuy > short.2vuy
+expect_error "short file" "shorter than one 2vuy frame of 4147200 bytes (4146200 missing)" \
+    "$tool" convert short.2vuy out --from 2vuy --to v210 --size 1920x1080
+head -c $((frame_2vuy + 10)) frames.2vuy > partial.2vuy
+expect_error "trailing partial frame" "1 2vuy frames and a partial one ($((frame_2vuy - 10)) bytes missing)" \
+    "$tool" convert partial.2vuy out --from 2vuy --to v210 --size 1920x1080
+expect_error "missing input" "cannot read 'nothing-here'" "$tool" convert nothing-here out --from 2vuy --to v210 --size 1920x1080
+expect_error "unwritable output" "cannot write 'no-such-dir/out'" \
+    "$tool" convert frames.2vuy no-such-dir/out --from 2vuy --to v210 --size 1920x1080
+expect_error "too many frames" "holds 3 frames, not 4" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1920x1080 --frames 4
+expect_error "short pitch" "--pitch 100 is shorter" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1920x1080 --pitch 100
+expect_error "pitch of a planar format" "nv12 is planar" "$tool" convert frame.nv12 out --from nv12 --to 2vuy --size 1920x1080 --pitch 4000
+expect_error "missing option" "--to is required" "$tool" convert frames.2vuy out --from 2vuy --size 1920x1080
+expect_error "no threads" "--threads must be at least 1" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1920x1080 --threads 0
+
+if [ $failures -ne 0 ]; then
+    echo "$failures CLI checks failed" >&2
+    exit 1
+fi
+echo "all CLI checks passed"

@@ -1,0 +1,23 @@
+// The tool's commands.
+#ifndef CCNVT_TOOL_COMMANDS_H
+#define CCNVT_TOOL_COMMANDS_H
+
+#include <cstddef>
+#include <string>
+
+namespace ccnvt {
+
+struct ConvertOptions {
+    std::string input, output, from, to, size;
+    std::size_t pitch = 0;
+    std::size_t frames = 0;  // 0: all
+    int threads = 1;
+    bool verbose = false;
+};
+
+void run_formats();
+void run_convert(const ConvertOptions& options);
+
+}  // namespace ccnvt
+
+#endif

@@ -1,0 +1,89 @@
+#include "files.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+#include "errors.h"
+
+namespace ccnvt {
+
+std::vector<unsigned char> read_file(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) throw UserError("cannot read '" + path + "': " + std::strerror(errno));
+    std::vector<unsigned char> bytes;
+    unsigned char chunk[1 << 16];
+    std::size_t got;
+    while ((got = std::fread(chunk, 1, sizeof chunk, file)) > 0) bytes.insert(bytes.end(), chunk, chunk + got);
+    const bool failed = std::ferror(file) != 0;
+    std::fclose(file);
+    if (failed) throw UserError("cannot read '" + path + "'");
+    return bytes;
+}
+
+std::size_t count_frames(const std::string& path, std::size_t file_bytes, std::size_t frame_bytes,
+                         const std::string& what) {
+    if (file_bytes < frame_bytes)
+        throw UserError("'" + path + "' is " + std::to_string(file_bytes) + " bytes, shorter than one " + what +
+                        " frame of " + std::to_string(frame_bytes) + " bytes (" +
+                        std::to_string(frame_bytes - file_bytes) + " missing)");
+    const std::size_t frames = file_bytes / frame_bytes, rest = file_bytes % frame_bytes;
+    if (rest != 0)
+        throw UserError("'" + path + "' holds " + std::to_string(frames) + " " + what +
+                        " frames and a partial one (" + std::to_string(frame_bytes - rest) + " bytes missing)");
+    return frames;
+}
+
+OutputFile::OutputFile(const std::string& path) : path_(path) {
+    std::string pattern = path + ".ccnvt-XXXXXX";
+    const int descriptor = mkstemp(pattern.data());
+    if (descriptor < 0) throw UserError("cannot write '" + path + "': " + std::strerror(errno));
+    temporary_ = pattern;
+    file_ = fdopen(descriptor, "wb");
+    if (file_ == nullptr) {
+        ::close(descriptor);
+        std::remove(temporary_.c_str());
+        throw UserError("cannot write '" + path + "': " + std::strerror(errno));
+    }
+}
+
+OutputFile::~OutputFile() {
+    if (file_ != nullptr) {
+        std::fclose(file_);
+        std::remove(temporary_.c_str());
+    }
+}
+
+void OutputFile::write(const void* bytes, std::size_t count) {
+    if (count != 0 && std::fwrite(bytes, 1, count, file_) != count)
+        throw UserError("cannot write '" + path_ + "': " + std::strerror(errno));
+}
+
+void OutputFile::commit() {
+    const bool flushed = std::fflush(file_) == 0;
+    const bool closed = std::fclose(file_) == 0;
+    file_ = nullptr;
+    if (!flushed || !closed || std::rename(temporary_.c_str(), path_.c_str()) != 0) {
+        const std::string reason = std::strerror(errno);
+        std::remove(temporary_.c_str());
+        throw UserError("cannot write '" + path_ + "': " + reason);
+    }
+    // mkstemp makes the file private; give it the usual permissions.
+    const mode_t mask = umask(0);
+    umask(mask);
+    chmod(path_.c_str(), 0666 & ~mask);
+}
+
+bool has_extension(const std::string& path, const std::string& extension) {
+    if (path.size() < extension.size()) return false;
+    return std::equal(extension.rbegin(), extension.rend(), path.rbegin(), [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+    });
+}
+
+}  // namespace ccnvt

@@ -1,0 +1,44 @@
+// Reading input files and writing outputs that appear only when complete.
+#ifndef CCNVT_TOOL_FILES_H
+#define CCNVT_TOOL_FILES_H
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+namespace ccnvt {
+
+// The whole file; UserError when it cannot be read.
+std::vector<unsigned char> read_file(const std::string& path);
+
+// How many frames of frame_bytes a file of file_bytes holds; UserError when
+// it is shorter than one frame or ends in a partial frame.
+std::size_t count_frames(const std::string& path, std::size_t file_bytes, std::size_t frame_bytes,
+                         const std::string& what);
+
+// An output written to a temporary file beside its path and renamed into
+// place by commit(); destroyed uncommitted, it leaves nothing behind.
+class OutputFile {
+public:
+    explicit OutputFile(const std::string& path);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    void write(const void* bytes, std::size_t count);
+    std::FILE* stream() { return file_; }
+    const std::string& temporary_path() const { return temporary_; }
+    void commit();
+
+private:
+    std::string path_, temporary_;
+    std::FILE* file_ = nullptr;
+};
+
+// True when the path ends in the extension, case-insensitive (".png").
+bool has_extension(const std::string& path, const std::string& extension);
+
+}  // namespace ccnvt
+
+#endif

@@ -1,0 +1,91 @@
+#include "formats.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "errors.h"
+
+namespace ccnvt {
+
+std::size_t v210_row_bytes(std::uint32_t width) { return 128 * ((std::size_t{width} + 47) / 48); }
+
+namespace {
+
+std::size_t tight(std::size_t row_pitch, std::size_t row) { return row_pitch != 0 ? row_pitch : row; }
+
+template <std::size_t kBytesPerPixel>
+std::size_t packed_row(std::uint32_t width) { return kBytesPerPixel * std::size_t{width}; }
+
+template <std::size_t kBytesPerPixel>
+std::size_t packed_frame(std::uint32_t width, std::uint32_t height, std::size_t row_pitch) {
+    return tight(row_pitch, kBytesPerPixel * std::size_t{width}) * height;
+}
+
+std::size_t v210_frame(std::uint32_t width, std::uint32_t height, std::size_t row_pitch) {
+    return tight(row_pitch, v210_row_bytes(width)) * height;
+}
+
+std::size_t no_row(std::uint32_t) { return 0; }
+
+// Planar 4:2:0: a luma plane and chroma of a quarter of it, in samples of kBytes.
+template <std::size_t kBytes>
+std::size_t planar420_frame(std::uint32_t width, std::uint32_t height, std::size_t) {
+    const std::size_t luma = std::size_t{width} * height;
+    return kBytes * (luma + luma / 2);
+}
+
+std::string lower(std::string word) {
+    std::transform(word.begin(), word.end(), word.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return word;
+}
+
+}  // namespace
+
+const std::vector<Format>& all_formats() {
+    static const std::vector<Format> formats = {
+        {"2vuy", {"uyvy", "yuv422_8"}, "8-bit 4:2:2, bytes Cb Y0 Cr Y1", 2, 1, packed_row<2>, packed_frame<2>},
+        {"v210", {"yuv422_10"}, "10-bit 4:2:2, 6 pixels in four 32-bit words, rows of 128 bytes per 48 pixels",
+         2, 1, v210_row_bytes, v210_frame},
+        {"yuy2", {"yuyv"}, "8-bit 4:2:2, bytes Y0 Cb Y1 Cr", 2, 1, packed_row<2>, packed_frame<2>},
+        {"i420", {}, "8-bit planar 4:2:0: Y, Cb, Cr planes", 2, 2, no_row, planar420_frame<1>},
+        {"yv12", {}, "8-bit planar 4:2:0: Y, Cr, Cb planes", 2, 2, no_row, planar420_frame<1>},
+        {"nv12", {}, "8-bit 4:2:0: Y plane, then interleaved Cb Cr", 2, 2, no_row, planar420_frame<1>},
+        {"nv10", {}, "10-bit 4:2:0 in 16-bit words (value in the high bits): Y plane, then interleaved Cb Cr",
+         2, 2, no_row, planar420_frame<2>},
+        {"420p10", {}, "10-bit planar 4:2:0 in 16-bit words (value in the low bits)", 2, 2, no_row, planar420_frame<2>},
+        {"420p12", {}, "12-bit planar 4:2:0 in 16-bit words (value in the low bits)", 2, 2, no_row, planar420_frame<2>},
+        {"420p16", {}, "16-bit planar 4:2:0 in 16-bit words", 2, 2, no_row, planar420_frame<2>},
+        {"nv12p16", {}, "4:2:0 in 16-bit words scaled to 16 bits: Y plane, then interleaved Cb Cr", 2, 2, no_row,
+         planar420_frame<2>},
+        {"y210", {}, "10-bit 4:2:2 in 16-bit words Y0 Cb Y1 Cr (value in the high bits)", 2, 1, packed_row<4>,
+         packed_frame<4>},
+    };
+    return formats;
+}
+
+const Format& format_named(const std::string& word) {
+    const std::string wanted = lower(word);
+    for (const Format& format : all_formats()) {
+        if (format.name == wanted) return format;
+        for (const std::string& alias : format.aliases)
+            if (lower(alias) == wanted) return format;
+    }
+    throw UserError("unknown format '" + word + "' (see 'ccnvt formats')");
+}
+
+void check_size(const Format& format, std::uint32_t width, std::uint32_t height) {
+    constexpr std::uint32_t kLargest = 16384;
+    if (width == 0 || height == 0) throw UserError("the frame size must not be zero");
+    if (width > kLargest || height > kLargest)
+        throw UserError("the frame size " + std::to_string(width) + "x" + std::to_string(height) +
+                        " is too large (at most " + std::to_string(kLargest) + " a side)");
+    if (width % format.width_multiple != 0)
+        throw UserError(format.name + " needs a width that is a multiple of " +
+                        std::to_string(format.width_multiple) + ", not " + std::to_string(width));
+    if (height % format.height_multiple != 0)
+        throw UserError(format.name + " needs a height that is a multiple of " +
+                        std::to_string(format.height_multiple) + ", not " + std::to_string(height));
+}
+
+}  // namespace ccnvt

@@ -1,0 +1,156 @@
+#include "frames.h"
+
+#include <cstring>
+#include <deque>
+#include <map>
+
+#include <cconvert/cconvert.h>
+
+#include "errors.h"
+
+namespace ccnvt {
+
+namespace {
+
+// Whole v210 groups, and the 16-byte vector tails of some kernels, reach a
+// little past the frame.
+constexpr std::size_t kSlack = 256;
+
+unsigned char* at(Frame& frame, std::size_t offset) { return frame.data() + offset; }
+unsigned int v210_pitch(const Frame& frame) { return static_cast<unsigned int>(v210_row_bytes(frame.width)); }
+std::size_t luma(const Frame& frame) { return std::size_t{frame.width} * frame.height; }
+const unsigned short* words(const Frame& frame) { return reinterpret_cast<const unsigned short*>(frame.data()); }
+unsigned short* words(Frame& frame) { return reinterpret_cast<unsigned short*>(frame.data()); }
+
+void uyvy_to_v210(const Frame& in, Frame& out) {
+    ccnvt_2vuy_v210(out.data(), in.data(), in.width, in.height, v210_pitch(out));
+}
+void v210_to_uyvy(const Frame& in, Frame& out) {
+    ccnvt_v210_2vuy(out.data(), in.data(), in.width, in.height, v210_pitch(in));
+}
+void uyvy_to_i420(const Frame& in, Frame& out) { ccnvt_2vuy_i420(out.data(), in.data(), in.width, in.height, 0); }
+void uyvy_to_yv12(const Frame& in, Frame& out) { ccnvt_2vuy_yv12(out.data(), in.data(), in.width, in.height, 0); }
+void yuy2_to_planes(const Frame& in, Frame& out, bool cb_first) {
+    const std::size_t y = luma(in);
+    unsigned char* first = at(out, y);
+    unsigned char* second = at(out, y + y / 4);
+    YUY2toYV12(const_cast<unsigned char*>(in.data()), out.data(), cb_first ? first : second,
+               cb_first ? second : first, static_cast<int>(in.width), static_cast<int>(in.height),
+               static_cast<int>(in.width), static_cast<int>(in.width));
+}
+void yuy2_to_i420(const Frame& in, Frame& out) { yuy2_to_planes(in, out, true); }
+void yuy2_to_yv12(const Frame& in, Frame& out) { yuy2_to_planes(in, out, false); }
+void nv12_to_uyvy(const Frame& in, Frame& out) {
+    cycbcr_NV12_to_uyvy(out.data(), in.data(), in.width, in.height, 2 * in.width);
+}
+void nv12_to_v210(const Frame& in, Frame& out) {
+    cycbcr_NV12_to_v210(out.data(), in.data(), in.width, in.height, v210_pitch(out));
+}
+void nv10_to_uyvy(const Frame& in, Frame& out) {
+    cycbcr_NV10_to_uyvy(out.data(), words(in), in.width, in.height, 2 * in.width);
+}
+void p10_to_nv12p16(const Frame& in, Frame& out) {
+    cycbcr_420p10_to_NV12p16(words(out), words(in), static_cast<unsigned int>(luma(in) * 3));
+}
+void p12_to_nv12p16(const Frame& in, Frame& out) {
+    cycbcr_420p12_to_NV12p16(words(out), words(in), static_cast<unsigned int>(luma(in) * 3));
+}
+void p16_to_nv12p16(const Frame& in, Frame& out) {
+    cycbcr_420p16_to_NV12p16(words(out), words(in), static_cast<unsigned int>(luma(in) * 3));
+}
+void y210_to_v210(const Frame& in, Frame& out) {
+    ccnvt_Y210_to_v210(out.data(), in.data(), v210_pitch(out), 4 * in.width, in.width, in.height);
+}
+void y210_to_yuy2(const Frame& in, Frame& out) {
+    // The library keeps Y210's own order: Y0 Cb Y1 Cr, which is YUY2.
+    ccnvt_Y210_to_uyvy(out.data(), in.data(), 2 * in.width, 4 * in.width, in.width, in.height);
+}
+
+}  // namespace
+
+Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height) {
+    Frame frame;
+    frame.format = &format;
+    frame.width = width;
+    frame.height = height;
+    frame.bytes.assign(frame.size() + kSlack, 0);
+    return frame;
+}
+
+const std::vector<Step>& conversion_steps() {
+    static const std::vector<Step> steps = {
+        {"2vuy", "v210", "ccnvt_2vuy_v210", uyvy_to_v210},
+        {"v210", "2vuy", "ccnvt_v210_2vuy", v210_to_uyvy},
+        {"2vuy", "i420", "ccnvt_2vuy_i420", uyvy_to_i420},
+        {"2vuy", "yv12", "ccnvt_2vuy_yv12", uyvy_to_yv12},
+        {"yuy2", "i420", "YUY2toYV12", yuy2_to_i420},
+        {"yuy2", "yv12", "YUY2toYV12", yuy2_to_yv12},
+        {"nv12", "2vuy", "cycbcr_NV12_to_uyvy", nv12_to_uyvy},
+        {"nv12", "v210", "cycbcr_NV12_to_v210", nv12_to_v210},
+        {"nv10", "2vuy", "cycbcr_NV10_to_uyvy", nv10_to_uyvy},
+        {"420p10", "nv12p16", "cycbcr_420p10_to_NV12p16", p10_to_nv12p16},
+        {"420p12", "nv12p16", "cycbcr_420p12_to_NV12p16", p12_to_nv12p16},
+        {"420p16", "nv12p16", "cycbcr_420p16_to_NV12p16", p16_to_nv12p16},
+        {"y210", "v210", "ccnvt_Y210_to_v210", y210_to_v210},
+        {"y210", "yuy2", "ccnvt_Y210_to_uyvy", y210_to_yuy2},
+    };
+    return steps;
+}
+
+std::vector<const Step*> plan_route(const Format& from, const Format& to) {
+    if (from.name == to.name) return {};
+    // Breadth first: the direct step when there is one, else the shortest chain.
+    std::map<std::string, const Step*> reached_by;
+    std::deque<std::string> queue = {from.name};
+    reached_by[from.name] = nullptr;
+    while (!queue.empty() && !reached_by.count(to.name)) {
+        const std::string here = queue.front();
+        queue.pop_front();
+        for (const Step& step : conversion_steps())
+            if (step.from == here && !reached_by.count(step.to)) {
+                reached_by[step.to] = &step;
+                queue.push_back(step.to);
+            }
+    }
+    if (!reached_by.count(to.name))
+        throw UserError("cannot convert " + from.name + " to " + to.name + " (see 'ccnvt formats')");
+    std::vector<const Step*> route;
+    for (std::string at_format = to.name; at_format != from.name; at_format = reached_by[at_format]->from)
+        route.insert(route.begin(), reached_by[at_format]);
+    return route;
+}
+
+std::string describe_route(const std::vector<const Step*>& route) {
+    if (route.empty()) return "no conversion (same format)";
+    std::string text;
+    for (const Step* step : route) {
+        if (!text.empty()) text += ", ";
+        text += std::string(step->from) + " -> " + step->to + " (" + step->entry_point + ")";
+    }
+    return text;
+}
+
+Frame run_route(const Frame& in, const std::vector<const Step*>& route) {
+    Frame current = in;
+    for (const Step* step : route) {
+        Frame next = make_frame(format_named(step->to), in.width, in.height);
+        step->run(current, next);
+        current = std::move(next);
+    }
+    return current;
+}
+
+Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,
+                         const unsigned char* bytes, std::size_t row_pitch) {
+    Frame frame = make_frame(format, width, height);
+    const std::size_t row = format.row_bytes(width);
+    if (row_pitch == 0 || row_pitch == row) {
+        std::memcpy(frame.data(), bytes, frame.size());
+    } else {
+        ccnvt_copy_interleaved(frame.data(), static_cast<long>(row), const_cast<unsigned char*>(bytes),
+                               static_cast<long>(row_pitch), 0, static_cast<long>(height));
+    }
+    return frame;
+}
+
+}  // namespace ccnvt

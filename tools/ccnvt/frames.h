@@ -1,0 +1,55 @@
+// Frames in memory, the conversion steps between formats (each one call of
+// the library), and the route from one format to another.
+#ifndef CCNVT_TOOL_FRAMES_H
+#define CCNVT_TOOL_FRAMES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "formats.h"
+
+namespace ccnvt {
+
+// A tight frame (rows at the format's own row size). The buffer runs past
+// the frame by a slack, zeroed, because some converters read or write whole
+// pixel groups beyond the last pixel.
+struct Frame {
+    const Format* format = nullptr;
+    std::uint32_t width = 0, height = 0;
+    std::vector<unsigned char> bytes;
+
+    std::size_t size() const { return format->frame_bytes(width, height, 0); }
+    unsigned char* data() { return bytes.data(); }
+    const unsigned char* data() const { return bytes.data(); }
+};
+
+Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height);
+
+struct Step {
+    const char* from;
+    const char* to;
+    const char* entry_point;  // the library call, for -v
+    void (*run)(const Frame& in, Frame& out);
+};
+
+const std::vector<Step>& conversion_steps();
+
+// The shortest chain of steps from one format to the other (empty when they
+// are the same); UserError when there is none.
+std::vector<const Step*> plan_route(const Format& from, const Format& to);
+
+// "2vuy -> v210 (ccnvt_2vuy_v210)" and so on.
+std::string describe_route(const std::vector<const Step*>& route);
+
+Frame run_route(const Frame& in, const std::vector<const Step*>& route);
+
+// A frame from rows row_pitch bytes apart (row_pitch 0: tight), for packed
+// formats; the rows are brought together with the library's pitch copy.
+Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,
+                         const unsigned char* bytes, std::size_t row_pitch);
+
+}  // namespace ccnvt
+
+#endif

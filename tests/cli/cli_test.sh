@@ -67,6 +67,57 @@ grep -q "nv12 -> 2vuy (cycbcr_NV12_to_uyvy), 2vuy -> i420 (ccnvt_2vuy_i420)" cha
 expect_ok "formats" "$tool" formats
 "$tool" formats | grep -q '^v210 ' || fail "formats does not list v210"
 
+# ---- bars ----
+# Reads 10-bit (Y, Cb, Cr) of pixel x, row y of a v210 file with rows of `pitch` bytes.
+v210_pixels() {
+    python3 - "$@" <<'PY'
+import struct, sys
+path, pitch = sys.argv[1], int(sys.argv[2])
+data = open(path, 'rb').read()
+for spec in sys.argv[3:]:
+    x, y = map(int, spec.split(','))
+    words = struct.unpack('<4I', data[y * pitch + x // 6 * 16:][:16])
+    f = [(w >> (10 * i)) & 0x3FF for w in words for i in range(3)]
+    pair = (x % 6) // 2
+    print(f[4 * pair + 1 + 2 * (x % 2)], f[4 * pair], f[4 * pair + 2])
+PY
+}
+expect_ok "HD bars" "$tool" bars bars.v210 --format v210 --size 1920x1080 --frames 2
+[ "$(stat -c %s bars.v210)" -eq $((5120 * 1080 * 2)) ] || fail "two frames of HD bars"
+# RP 219, 10-bit: 40% grey, 75% white, yellow, cyan, green, magenta, red, blue;
+# then 15% grey, black, 100% white and the PLUGE steps -2%, +2% below them.
+expected_hd="414 512 512
+721 512 512
+674 176 543
+581 589 176
+534 253 207
+251 771 817
+204 435 848
+111 848 481
+195 512 512
+64 512 512
+940 512 512
+46 512 512
+82 512 512"
+actual_hd=$(v210_pixels bars.v210 5120 100,300 340,300 546,300 752,300 960,300 1165,300 1370,300 1576,300 \
+    100,1000 300,1000 600,1000 1100,1000 1160,1000)
+[ "$actual_hd" = "$expected_hd" ] || fail "HD bars are not the RP 219 values: $actual_hd"
+expect_ok "SD bars" "$tool" bars sd.v210 --format v210 --size 720x576
+# EBU 75% bars in BT.601: white, yellow, cyan, green, magenta, red, blue, black.
+expected_sd="721 512 512
+646 176 567
+525 625 176
+450 289 231
+335 735 793
+260 399 848
+139 848 457
+64 512 512"
+actual_sd=$(v210_pixels sd.v210 1920 40,300 130,300 220,300 310,300 400,300 490,300 580,300 670,300)
+[ "$actual_sd" = "$expected_sd" ] || fail "SD bars are not the EBU values: $actual_sd"
+expect_ok "bars as 2vuy" "$tool" bars bars.2vuy --format 2vuy --size 1280x720
+[ "$(stat -c %s bars.2vuy)" -eq $((1280 * 720 * 2)) ] || fail "2vuy bars size"
+expect_error "bars in a format without a route" "cannot convert v210 to nv12" "$tool" bars out --format nv12 --size 1920x1080
+
 # ---- bad input ----
 expect_error "unknown format" "unknown format 'v211'" "$tool" convert frames.2vuy out --from 2vuy --to v211 --size 1920x1080
 expect_error "no route" "cannot convert v210 to nv12" "$tool" convert frames.v210 out --from v210 --to nv12 --size 1920x1080

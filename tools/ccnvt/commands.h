@@ -15,7 +15,13 @@ struct ConvertOptions {
     bool verbose = false;
 };
 
+struct BarsOptions {
+    std::string output, format, size;
+    std::size_t frames = 1;
+};
+
 void run_formats();
+void run_bars(const BarsOptions& options);
 void run_convert(const ConvertOptions& options);
 
 }  // namespace ccnvt

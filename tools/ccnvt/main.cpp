@@ -26,6 +26,14 @@ int main(int argc, char** argv) {
     convert_command->add_flag("-v,--verbose", convert.verbose, "say the chain of conversions");
     convert_command->callback([&] { ccnvt::run_convert(convert); });
 
+    ccnvt::BarsOptions bars;
+    CLI::App* bars_command = app.add_subcommand("bars", "write 75% colour bars (RP 219 at HD, EBU at SD)");
+    bars_command->add_option("output", bars.output, "output file")->required();
+    bars_command->add_option("--format", bars.format, "output format")->required();
+    bars_command->add_option("--size", bars.size, "frame size, WIDTHxHEIGHT")->required();
+    bars_command->add_option("--frames", bars.frames, "frames to write (default 1)");
+    bars_command->callback([&] { ccnvt::run_bars(bars); });
+
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& help) {

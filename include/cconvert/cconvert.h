@@ -4,6 +4,7 @@
 
 #include "frame.h"
 #include "geometry.h"
+#include "hdr.h"
 #include "planar.h"
 #include "ycbcr422.h"
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "cconvert/hdr.h"
 #include "frame/dispatch.h"
@@ -20,18 +21,42 @@ YCbCrDecoding ycbcr_decoding(int matrix, int bits, bool full_range) {
     return {range, coefficients};
 }
 
-bool f16c_rows_allowed() {
-    return (CPUFeatureFlags() & kFeatureAvx2) != 0 && __builtin_cpu_supports("avx2") &&
-           __builtin_cpu_supports("f16c");
+const RowCode& row_code() {
+    static const RowCode portable{unpack_v210_portable, unpack_2vuy_portable,
+                                  decode_chunk_portable, sdr_to_hdr_chunk_portable};
+    static const RowCode f16c{unpack_v210_avx2, unpack_2vuy_avx2, decode_chunk_f16c,
+                              sdr_to_hdr_chunk_f16c};
+    const bool allowed = (CPUFeatureFlags() & kFeatureAvx2) != 0 &&
+                         __builtin_cpu_supports("avx2") && __builtin_cpu_supports("f16c");
+    return allowed ? f16c : portable;
 }
 
+void write_rgba_halves(const float* r, const float* g, const float* b, std::size_t first,
+                       std::size_t end, unsigned char* rgba) {
+    // Built in an aligned buffer (a loop of whole pixels that vectorises),
+    // then copied: the destination need not be aligned for 16-bit words.
+    alignas(32) std::uint16_t halves[4 * kChunkPixels];
+    for (std::size_t i = first; i < end; ++i) {
+        halves[4 * i] = half_from_unit(r[i]);
+        halves[4 * i + 1] = half_from_unit(g[i]);
+        halves[4 * i + 2] = half_from_unit(b[i]);
+        halves[4 * i + 3] = kHalfOne;
+    }
+    std::memcpy(rgba + kBytesPerRgbaHalfPixel * first, halves + 4 * first,
+                kBytesPerRgbaHalfPixel * (end - first));
+}
+
+// Two passes, each a loop that vectorises: decode and clamp, then convert.
 void decode_pixels_portable(const YCbCrDecoding& decoding, const SampleChunk& samples,
                             std::size_t first, std::size_t end, unsigned char* rgba) {
+    alignas(32) float r[kChunkPixels], g[kChunkPixels], b[kChunkPixels];
     for (std::size_t i = first; i < end; ++i) {
         const Rgb c = decode_pixel(decoding, samples.y[i], samples.cb[i], samples.cr[i]);
-        store_rgba_half(rgba + kBytesPerRgbaHalfPixel * i, half_from_channel(c.r),
-                        half_from_channel(c.g), half_from_channel(c.b));
+        r[i] = clamp_unit(c.r);
+        g[i] = clamp_unit(c.g);
+        b[i] = clamp_unit(c.b);
     }
+    write_rgba_halves(r, g, b, first, end, rgba);
 }
 
 void decode_chunk_portable(const YCbCrDecoding& decoding, const SampleChunk& samples,
@@ -41,18 +66,18 @@ void decode_chunk_portable(const YCbCrDecoding& decoding, const SampleChunk& sam
 
 namespace {
 
-void put_pair(SampleChunk& chunk, std::size_t pixel, std::uint16_t cb, std::uint16_t y0,
-              std::uint16_t cr, std::uint16_t y1) {
+void put_pair(SampleChunk& chunk, std::size_t pixel, std::int32_t cb, std::int32_t y0,
+              std::int32_t cr, std::int32_t y1) {
     chunk.y[pixel] = y0;
     chunk.y[pixel + 1] = y1;
     chunk.cb[pixel] = chunk.cb[pixel + 1] = cb;
     chunk.cr[pixel] = chunk.cr[pixel + 1] = cr;
 }
 
-// Samples of pixels [first, first + pixels) of a v210 row, read in whole
-// groups. first is a multiple of the chunk size, so of six.
-void unpack_v210(const unsigned char* row, std::size_t first, std::size_t pixels,
-                 SampleChunk& chunk) {
+}  // namespace
+
+void unpack_v210_portable(const unsigned char* row, std::size_t first, std::size_t pixels,
+                          SampleChunk& chunk) {
     const unsigned char* group = row + first / kV210PixelsPerGroup * kV210BytesPerGroup;
     for (std::size_t x = 0; x < pixels; x += kV210PixelsPerGroup, group += kV210BytesPerGroup) {
         // Stream order Cb Y0 Cr Y1, three times.
@@ -64,16 +89,20 @@ void unpack_v210(const unsigned char* row, std::size_t first, std::size_t pixels
     }
 }
 
-// The same for a 2vuy row, read in whole pairs.
-void unpack_2vuy(const unsigned char* row, std::size_t first, std::size_t pixels,
-                 SampleChunk& chunk) {
-    const unsigned char* pair = row + first * k2vuyBytesPerPixel;
-    for (std::size_t x = 0; x < pixels; x += 2, pair += k2vuyBytesPerPair)
+void put_2vuy_pairs(const unsigned char* pairs, std::size_t from, std::size_t to,
+                    SampleChunk& chunk) {
+    for (std::size_t x = from; x < to; x += 2) {
+        const unsigned char* pair = pairs + k2vuyBytesPerPixel * x;
         put_pair(chunk, x, pair[k2vuyCb], pair[k2vuyY0], pair[k2vuyCr], pair[k2vuyY1]);
+    }
 }
 
-using Unpack = void (*)(const unsigned char* row, std::size_t first, std::size_t pixels,
-                        SampleChunk& chunk);
+void unpack_2vuy_portable(const unsigned char* row, std::size_t first, std::size_t pixels,
+                          SampleChunk& chunk) {
+    put_2vuy_pairs(row + first * k2vuyBytesPerPixel, 0, pixels, chunk);
+}
+
+namespace {
 
 // Walks the rows top to bottom, each in chunks: unpack, then `convert`
 // (samples, pixels, output) writes exactly the chunk's pixels.
@@ -99,11 +128,13 @@ bool nothing_to_do(const void* destination, const void* source, long width, long
 
 void convert_ycbcr(void* destination, long destination_pitch, const void* source,
                    long source_pitch, long width, long height, int matrix, int full_range,
-                   int bits, Unpack unpack) {
+                   int bits) {
     if (nothing_to_do(destination, source, width, height)) return;
     const YCbCrDecoding decoding = ycbcr_decoding(matrix, bits, full_range != 0);
-    const DecodeChunk decode = f16c_rows_allowed() ? decode_chunk_f16c : decode_chunk_portable;
-    convert_frame(destination, destination_pitch, source, source_pitch, width, height, unpack,
+    const RowCode& code = row_code();
+    const DecodeChunk decode = code.decode;
+    convert_frame(destination, destination_pitch, source, source_pitch, width, height,
+                  bits == 10 ? code.unpack_v210 : code.unpack_2vuy,
                   [&](const SampleChunk& chunk, std::size_t pixels, unsigned char* rgba) {
                       decode(decoding, chunk, pixels, rgba);
                   });
@@ -114,8 +145,9 @@ void convert_sdr_to_hdr(void* destination, long destination_pitch, const void* s
     if (nothing_to_do(destination, source, width, height)) return;
     const HdrCurves& curves = kv_hf::hf_hdr_luts();
     const float* encode = transfer_mode == kTransferHlg ? curves.hlg : curves.pq;
-    const SdrToHdrChunk run = f16c_rows_allowed() ? sdr_to_hdr_chunk_f16c : sdr_to_hdr_chunk_portable;
-    convert_frame(destination, destination_pitch, source, source_pitch, width, height, unpack_v210,
+    const RowCode& code = row_code();
+    const SdrToHdrChunk run = code.sdr_to_hdr;
+    convert_frame(destination, destination_pitch, source, source_pitch, width, height, code.unpack_v210,
                   [&](const SampleChunk& chunk, std::size_t pixels, unsigned char* rgba) {
                       run(curves, encode, chunk, pixels, rgba);
                   });
@@ -130,14 +162,14 @@ void yCbCr10_to_halffloat_c(void* destination, long destination_pitch, const voi
                             long source_pitch, long width, long height, int matrix,
                             int full_range) {
     convert_ycbcr(destination, destination_pitch, source, source_pitch, width, height, matrix,
-                  full_range, 10, unpack_v210);
+                  full_range, 10);
 }
 
 void yCbCr8_to_halffloat_c(void* destination, long destination_pitch, const void* source,
                            long source_pitch, long width, long height, int matrix,
                            int full_range) {
     convert_ycbcr(destination, destination_pitch, source, source_pitch, width, height, matrix,
-                  full_range, 8, unpack_2vuy);
+                  full_range, 8);
 }
 
 void yCbCr10_to_halffloat_sdr_to_hdr(void* destination, long destination_pitch,

@@ -5,6 +5,7 @@
 #ifndef CCONVERT_HDR_HALFFLOAT_H
 #define CCONVERT_HDR_HALFFLOAT_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -54,6 +55,24 @@ inline std::uint16_t half_from_channel(float value) {
     return half_from_float(value);
 }
 
+// The same conversion for a value known to lie in [+0, 1]: branch-free, so
+// that loops of it vectorise. A subnormal result comes from adding 0.5,
+// whose last mantissa bit is worth 2^-24, the subnormal binary16 step: the
+// addition itself rounds to nearest even.
+inline std::uint16_t half_from_unit(float value) {
+    std::uint32_t bits, shifted;
+    const float plus_half = value + 0.5f;
+    std::memcpy(&bits, &value, sizeof bits);
+    std::memcpy(&shifted, &plus_half, sizeof shifted);
+    const std::uint32_t normal = (bits - ((127u - 15u) << 23) + 0xFFFu + ((bits >> 13) & 1u)) >> 13;
+    const std::uint32_t subnormal = shifted - 0x3F000000u;  // minus the bits of 0.5
+    const std::uint32_t is_subnormal = 0u - static_cast<std::uint32_t>(bits < 0x38800000u);  // below 2^-14
+    return static_cast<std::uint16_t>((subnormal & is_subnormal) | (normal & ~is_subnormal));
+}
+
+// For values that are never NaN (and never -0); compiles to min and max.
+inline float clamp_unit(float v) { return std::min(std::max(v, 0.0f), 1.0f); }
+
 // Output pixel: R, G, B, A as binary16, 8 bytes.
 constexpr std::size_t kBytesPerRgbaHalfPixel = 8;
 
@@ -102,8 +121,8 @@ struct Rgb {
     float r, g, b;
 };
 
-inline Rgb decode_pixel(const YCbCrDecoding& d, std::uint16_t luma, std::uint16_t blue_difference,
-                        std::uint16_t red_difference) {
+inline Rgb decode_pixel(const YCbCrDecoding& d, std::int32_t luma, std::int32_t blue_difference,
+                        std::int32_t red_difference) {
     const SampleRange& s = d.range;
     const MatrixCoefficients& m = d.matrix;
     const float y = (static_cast<float>(luma) - s.luma_offset) * s.luma_scale;
@@ -113,13 +132,27 @@ inline Rgb decode_pixel(const YCbCrDecoding& d, std::uint16_t luma, std::uint16_
 }
 
 // A chunk of a row as integer samples, one entry per pixel; the two pixels
-// of a pair carry their shared chroma each.
+// of a pair carry their shared chroma each. Vector unpacking may write up
+// to eight entries past the chunk.
 constexpr std::size_t kChunkPixels = 384;  // whole v210 groups and 2vuy pairs
+constexpr std::size_t kChunkSlack = 8;
 struct SampleChunk {
-    alignas(32) std::uint16_t y[kChunkPixels];
-    alignas(32) std::uint16_t cb[kChunkPixels];
-    alignas(32) std::uint16_t cr[kChunkPixels];
+    alignas(32) std::int32_t y[kChunkPixels + kChunkSlack];
+    alignas(32) std::int32_t cb[kChunkPixels + kChunkSlack];
+    alignas(32) std::int32_t cr[kChunkPixels + kChunkSlack];
 };
+
+// Fills the chunk with pixels [first, first + pixels) of a row, reading the
+// source in whole groups; first is a multiple of the chunk size.
+using Unpack = void (*)(const unsigned char* row, std::size_t first, std::size_t pixels,
+                        SampleChunk& chunk);
+void unpack_v210_portable(const unsigned char*, std::size_t, std::size_t, SampleChunk&);
+void unpack_2vuy_portable(const unsigned char*, std::size_t, std::size_t, SampleChunk&);
+// Chunk pixels [from, to) (from even) from the 2vuy pairs of the chunk.
+void put_2vuy_pairs(const unsigned char* pairs, std::size_t from, std::size_t to,
+                    SampleChunk& chunk);
+void unpack_v210_avx2(const unsigned char*, std::size_t, std::size_t, SampleChunk&);
+void unpack_2vuy_avx2(const unsigned char*, std::size_t, std::size_t, SampleChunk&);
 
 // ---- SDR to HDR ----
 
@@ -147,9 +180,10 @@ inline float interpolate(const float* t, float v) {
     if (v > 1.0f) return t[kCurveIntervals];
     const float p = v * static_cast<float>(kCurveIntervals);
     const auto i = static_cast<std::int32_t>(p);
-    if (i < static_cast<std::int32_t>(kCurveIntervals))
-        return t[i] + (t[i + 1] - t[i]) * (p - static_cast<float>(i));
-    return t[kCurveIntervals];
+    // At v = 1 (i = 4096) next is i too, and the sum t[4096] + 0 is exactly
+    // t[4096]: no branch in the per-pixel path.
+    const std::int32_t next = std::min(i + 1, static_cast<std::int32_t>(kCurveIntervals));
+    return t[i] + (t[next] - t[i]) * (p - static_cast<float>(i));
 }
 
 // BT.709 to BT.2020 primaries in linear light, one row per output channel.
@@ -167,13 +201,17 @@ using SdrToHdrChunk = void (*)(const HdrCurves& curves, const float* encode,
                                const SampleChunk& samples, std::size_t pixels,
                                unsigned char* rgba);
 
-// Pixels [first, end) of a chunk, one at a time: the reference, and the
+// Pixels [first, end) of a chunk in portable code: the reference, and the
 // tails of the F16C code.
 void decode_pixels_portable(const YCbCrDecoding& decoding, const SampleChunk& samples,
                             std::size_t first, std::size_t end, unsigned char* rgba);
 void sdr_to_hdr_pixels_portable(const HdrCurves& curves, const float* encode,
                                 const SampleChunk& samples, std::size_t first, std::size_t end,
                                 unsigned char* rgba);
+
+// Clamped channels to RGBA halves, pixels [first, end).
+void write_rgba_halves(const float* r, const float* g, const float* b, std::size_t first,
+                       std::size_t end, unsigned char* rgba);
 
 void decode_chunk_portable(const YCbCrDecoding&, const SampleChunk&, std::size_t, unsigned char*);
 void sdr_to_hdr_chunk_portable(const HdrCurves&, const float*, const SampleChunk&, std::size_t,
@@ -185,9 +223,16 @@ void decode_chunk_f16c(const YCbCrDecoding&, const SampleChunk&, std::size_t, un
 void sdr_to_hdr_chunk_f16c(const HdrCurves&, const float*, const SampleChunk&, std::size_t,
                            unsigned char*);
 
-// True when the F16C code may run: AVX2-class kernels allowed by the
-// processor feature word, and this processor has AVX2 and F16C.
-bool f16c_rows_allowed();
+// The row code of one call, chosen once from the processor feature word:
+// the F16C set when AVX2-class kernels are allowed and this processor has
+// AVX2 and F16C, else the portable set. Both give the same bits.
+struct RowCode {
+    Unpack unpack_v210;
+    Unpack unpack_2vuy;
+    DecodeChunk decode;
+    SdrToHdrChunk sdr_to_hdr;
+};
+const RowCode& row_code();
 
 }  // namespace cconvert::detail
 

@@ -43,8 +43,6 @@ HdrCurves sample_curves() {
     return curves;
 }
 
-float clamp_unit(float v) { return std::min(std::max(v, 0.0f), 1.0f); }
-
 }  // namespace
 
 namespace kv_hf {
@@ -54,22 +52,28 @@ const HdrCurves& hf_hdr_luts() {
 }
 }  // namespace kv_hf
 
+// Stage by stage over the pixels, so that each loop is short: the
+// arithmetic loops vectorise and the look-up loops keep many independent
+// loads in flight.
 void sdr_to_hdr_pixels_portable(const HdrCurves& curves, const float* encode,
                                 const SampleChunk& samples, std::size_t first, std::size_t end,
                                 unsigned char* rgba) {
+    alignas(32) float video[3][kChunkPixels], wide[3][kChunkPixels];
     for (std::size_t i = first; i < end; ++i) {
-        const Rgb video = decode_pixel(kSdrDecoding, samples.y[i], samples.cb[i], samples.cr[i]);
-        const float r = interpolate(curves.linear, clamp_unit(video.r));
-        const float g = interpolate(curves.linear, clamp_unit(video.g));
-        const float b = interpolate(curves.linear, clamp_unit(video.b));
-        float wide[3];
-        for (int k = 0; k < 3; ++k)
-            wide[k] = clamp_unit(kToBt2020[k][0] * r + kToBt2020[k][1] * g + kToBt2020[k][2] * b);
-        store_rgba_half(rgba + kBytesPerRgbaHalfPixel * i,
-                        half_from_channel(interpolate(encode, wide[0])),
-                        half_from_channel(interpolate(encode, wide[1])),
-                        half_from_channel(interpolate(encode, wide[2])));
+        const Rgb c = decode_pixel(kSdrDecoding, samples.y[i], samples.cb[i], samples.cr[i]);
+        video[0][i] = clamp_unit(c.r);
+        video[1][i] = clamp_unit(c.g);
+        video[2][i] = clamp_unit(c.b);
     }
+    for (auto& channel : video)
+        for (std::size_t i = first; i < end; ++i) channel[i] = interpolate(curves.linear, channel[i]);
+    for (std::size_t i = first; i < end; ++i)
+        for (int k = 0; k < 3; ++k)
+            wide[k][i] = clamp_unit(kToBt2020[k][0] * video[0][i] + kToBt2020[k][1] * video[1][i] +
+                                    kToBt2020[k][2] * video[2][i]);
+    for (auto& channel : wide)
+        for (std::size_t i = first; i < end; ++i) channel[i] = clamp_unit(interpolate(encode, channel[i]));
+    write_rgba_halves(wide[0], wide[1], wide[2], first, end, rgba);
 }
 
 void sdr_to_hdr_chunk_portable(const HdrCurves& curves, const float* encode,

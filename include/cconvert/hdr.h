@@ -37,6 +37,11 @@
  * Matrix selector (mp_csp numbering): 1 BT.601, 4 BT.2020 non-constant
  * luminance, anything else BT.709. full_range: non-zero for full-range
  * samples, 0 for video range (10-bit 64..940 luma, 8-bit 16..235).
+ *
+ * The portable kernels run eight pixels at a time with AVX2 and F16C
+ * instructions when the processor feature word allows AVX2-class kernels
+ * (0x800000) and the processor has both; the output is the same, bit for
+ * bit, on either path.
  */
 #ifndef CCONVERT_HDR_H
 #define CCONVERT_HDR_H
@@ -102,7 +107,8 @@ CCNVT_EXPORT int ccnvt_st2084_to_yuv2(unsigned char* destination, const unsigned
  *     (w & 0xFFC00) | (T[w >> 22] << 22) | (T[(w >> 2) & 0x3FF] << 2).
  * These positions do not line up with the v210 fields and are kept as they
  * are. An index above 255 is clamped to 255 (it reads entry 255). Work in
- * place. */
+ * place; in place, a row whose W is not a multiple of 16 re-codes the start
+ * of the next row before that row is read, as the group walk implies. */
 CCNVT_EXPORT int ccnvt_v210_to_st2084(unsigned char* destination, const unsigned char* source,
                                       unsigned int destination_row_bytes,
                                       unsigned int source_row_bytes, unsigned int rows);
@@ -129,7 +135,7 @@ CCNVT_EXPORT void yCbCr8_to_halffloat_c(void* destination, long destination_pitc
                                         const void* source, long source_pitch, long width,
                                         long height, int matrix, int full_range);
 
-/* SDR to HDR from v210: decodes BT.709 video range (whatever the source
+/* SDR to HDR from v210 (seven arguments: one selector): decodes BT.709 video range (whatever the source
  * really is), clamps to [0, 1], linearises with gamma 2.4, converts to
  * BT.2020 primaries, clamps, and encodes with HLG (transfer_mode 1) or PQ
  * with reference white at 203 cd/m2 (any other mode). The curves are

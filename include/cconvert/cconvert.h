@@ -5,6 +5,7 @@
 #include "frame.h"
 #include "csputils.h"
 #include "geometry.h"
+#include "hdr.h"
 #include "planar.h"
 #include "ycbcr422.h"
 

@@ -53,10 +53,14 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
 }
 
 OutputFile::~OutputFile() {
-    if (file_ != nullptr) {
-        std::fclose(file_);
-        std::remove(temporary_.c_str());
-    }
+    if (file_ != nullptr) std::fclose(file_);
+    if (!committed_) std::remove(temporary_.c_str());
+}
+
+std::FILE* OutputFile::release_stream() {
+    std::FILE* released = file_;
+    file_ = nullptr;
+    return released;
 }
 
 void OutputFile::write(const void* bytes, std::size_t count) {
@@ -65,14 +69,15 @@ void OutputFile::write(const void* bytes, std::size_t count) {
 }
 
 void OutputFile::commit() {
-    const bool flushed = std::fflush(file_) == 0;
-    const bool closed = std::fclose(file_) == 0;
-    file_ = nullptr;
-    if (!flushed || !closed || std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-        const std::string reason = std::strerror(errno);
-        std::remove(temporary_.c_str());
-        throw UserError("cannot write '" + path_ + "': " + reason);
+    bool written = true;
+    if (file_ != nullptr) {
+        written = std::fflush(file_) == 0;
+        written = std::fclose(file_) == 0 && written;
+        file_ = nullptr;
     }
+    if (!written || std::rename(temporary_.c_str(), path_.c_str()) != 0)
+        throw UserError("cannot write '" + path_ + "': " + std::strerror(errno));
+    committed_ = true;
     // mkstemp makes the file private; give it the usual permissions.
     const mode_t mask = umask(0);
     umask(mask);

@@ -28,12 +28,15 @@ public:
 
     void write(const void* bytes, std::size_t count);
     std::FILE* stream() { return file_; }
-    const std::string& temporary_path() const { return temporary_; }
+    // Hands the stream to a writer that closes it itself (libpcap's dumper);
+    // commit() then only renames.
+    std::FILE* release_stream();
     void commit();
 
 private:
     std::string path_, temporary_;
     std::FILE* file_ = nullptr;
+    bool committed_ = false;
 };
 
 // True when the path ends in the extension, case-insensitive (".png").

@@ -4,6 +4,7 @@
 
 #include "frame.h"
 #include "geometry.h"
+#include "rgb.h"
 #include "ycbcr422.h"
 
 #endif

@@ -3,6 +3,7 @@
 #define CCONVERT_H
 
 #include "frame.h"
+#include "alpha.h"
 #include "geometry.h"
 #include "rgb.h"
 #include "ycbcr422.h"

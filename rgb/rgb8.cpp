@@ -33,7 +33,7 @@ void widen_rows_last_to_first(const PixelPattern& pattern, int shim_order, void*
                               long destination_pitch, const void* source, long source_pitch,
                               long width, long height) {
     if (nothing_to_convert(width, height)) return;
-    const PermuteRows widen(kWiden24, with_alpha(pattern, a));
+    const PermuteRows widen(kWiden24, with_alpha(pattern, ::a));
     for (long k = rows_in(height); k-- > 0;) {
         unsigned char* to = row_start(destination, destination_pitch, k);
         const unsigned char* from = row_start(source, source_pitch, k);
@@ -130,7 +130,7 @@ void ccnvt_rgb24_bgra32_inplace(void* destination, long destination_pitch, const
 void ccnvt_rgba24_rgb32_invert(void* destination, long destination_pitch, const void* source,
                                long source_pitch, long width, long height) {
     if (nothing_to_convert(width, height)) return;
-    const PermuteRows widen(kWiden24FrontToBack, with_alpha(pattern::kAppendAlpha, a));
+    const PermuteRows widen(kWiden24FrontToBack, with_alpha(pattern::kAppendAlpha, ::a));
     const long rows = rows_in(height);
     for (long k = 0; k < rows; ++k)
         widen(row_start(destination, destination_pitch, rows - 1 - k),
@@ -141,7 +141,7 @@ void ccnvt_rgba24_rgb32_invert(void* destination, long destination_pitch, const 
 void ccnvt_macbgr24_macargb32_inplace(void* destination, long destination_pitch, const void* source,
                                       long source_pitch, long width, long height) {
     if (height < 1 || width < 1) return;
-    const PermuteRows widen(kWiden24, with_alpha(pattern::kPrependAlpha, a));
+    const PermuteRows widen(kWiden24, with_alpha(pattern::kPrependAlpha, ::a));
     const auto pixels = static_cast<std::size_t>(width);
     for (long r = height; r-- > 0;)
         widen(row_start(destination, destination_pitch, r + 1) - 4 * pixels,

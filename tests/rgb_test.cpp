@@ -7,6 +7,8 @@
 // memory gives the expected bytes for separate frames, for frames in place
 // and for any overlap; every converter must match it under every feature
 // word, bytes outside the frame included.
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -365,6 +367,25 @@ TEST_P(RgbConverters, EveryAliasIsItsTarget) {
         }
 }
 
+// Every kernel class gives the portable bytes on full-size rows with padded
+// pitches, compared directly.
+TEST_P(RgbConverters, LargeFramesEqualThePortablePath) {
+    std::uint32_t seed = 600;
+    for (const Converter& c : converters())
+        for (long w : {1920L, 1923L}) {
+            const Geometry g{w, 3, c.out_bytes * w + 5, c.in_bytes * w + 7};
+            Arena source(extent(c, g, false), seed++), portable(extent(c, g, true), seed++);
+            Arena chosen = portable;
+            {
+                const ScopedCpuFeatures none(0);
+                c.convert(portable.at(), g.destination_pitch, source.at(), g.source_pitch, w, g.height);
+            }
+            const ScopedCpuFeatures features(GetParam());
+            c.convert(chosen.at(), g.destination_pitch, source.at(), g.source_pitch, w, g.height);
+            ASSERT_EQ(chosen.bytes, portable.bytes) << c.name << " width " << w;
+        }
+}
+
 INSTANTIATE_TEST_SUITE_P(FeatureWords, RgbConverters,
                          ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
@@ -530,6 +551,31 @@ TEST(FrameCopy, CopiesWidthTimesFourBytesPerRow) {
     std::vector<unsigned char> untouched(40, 0);
     ccnvt_rgba32_rgba32(untouched.data(), 20, const_cast<unsigned char*>(source.data()), 20, 0, 2);
     EXPECT_EQ(untouched, std::vector<unsigned char>(40, 0));
+}
+
+// Row offsets beyond 32 bits: rows 2^31 + 64 bytes apart in a sparse mapping.
+TEST(RgbFrames, RowOffsetsAreComputedIn64Bits) {
+    const long pitch = (1L << 31) + 64, w = 16;
+    const std::size_t mapped = 2 * pitch + 4 * w;
+    void* map = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (map == MAP_FAILED) GTEST_SKIP() << "no room for a sparse 4 GiB mapping";
+    auto* frame = static_cast<unsigned char*>(map);
+    for (long r = 0; r < 3; ++r)
+        for (long i = 0; i < 3 * w; ++i) frame[r * pitch + i] = static_cast<unsigned char>(r * 64 + i);
+    // Widening in place, last row first: each row of 3w bytes becomes 4w bytes.
+    ccnvt_rgb24_rgba32_inplace(frame, pitch, frame, pitch, w, 3);
+    for (long r = 0; r < 3; ++r)
+        for (long x = 0; x < w; ++x) {
+            const unsigned char* p = frame + r * pitch + 4 * x;
+            ASSERT_EQ(p[0], static_cast<unsigned char>(r * 64 + 3 * x)) << r << "," << x;
+            ASSERT_EQ(p[2], static_cast<unsigned char>(r * 64 + 3 * x + 2)) << r << "," << x;
+            ASSERT_EQ(p[3], 0xFF) << r << "," << x;
+        }
+    // Reducing back, first row first.
+    ccnvt_rgba32_rgb16(frame, pitch, frame, pitch, w, 3);
+    const int word = frame[2 * pitch] | frame[2 * pitch + 1] << 8;
+    EXPECT_EQ(word, ((128 + 2) >> 3) << 10 | ((128 + 1) >> 3) << 5 | (128 >> 3));
+    munmap(map, mapped);
 }
 
 // ---- 16-bit: the hand-worked values ----

@@ -64,15 +64,17 @@ void strip_chroma_portable(unsigned char* to, const unsigned char* from, std::si
 
 using namespace cconvert::detail;
 
-// Pairs are aligned to the end of each row; rows last to first.
+// Pairs are aligned to the end of each row; rows last to first. Each
+// operation treats rows without gaps between them as one.
 int ccnvt_alphay_to_2yuv(void* destination, long destination_row_bytes, const void* alpha,
                          long source_row_bytes, long width, int height) {
     if (height < 1 || width < 2) return 0;
     const ChosenRowKernel<PairsRow> convert(kAlphaTo2vuy);
-    const std::size_t pairs = pairs_in(width);
-    for (long y = height; y-- > 0;)
-        convert(row_start(destination, destination_row_bytes, y + 1) - k2vuyBytesPerPair * pairs,
-                row_start(alpha, source_row_bytes, y + 1) - kAlphaBytesPerPair * pairs, pairs);
+    const RowLayout rows = merged_if_contiguous(pairs_in(width), height, destination_row_bytes,
+                                                k2vuyBytesPerPair, source_row_bytes, kAlphaBytesPerPair);
+    for (long y = rows.rows; y-- > 0;)
+        convert(row_start(destination, rows.destination_pitch, y + 1) - k2vuyBytesPerPair * rows.pixels,
+                row_start(alpha, rows.source_pitch, y + 1) - kAlphaBytesPerPair * rows.pixels, rows.pixels);
     return 0;
 }
 
@@ -80,9 +82,11 @@ int ccnvt_2yuv_to_alphay(void* alpha, long destination_row_bytes, const void* so
                          long source_row_bytes, long width, long height) {
     if (height < 1 || width < 2) return 0;
     const ChosenRowKernel<PairsRow> convert(kLumaOf2vuy);
-    for (long y = 0; y < height; ++y)
-        convert(row_start(alpha, destination_row_bytes, y), row_start(source, source_row_bytes, y),
-                pairs_in(width));
+    const RowLayout rows = merged_if_contiguous(pairs_in(width), height, destination_row_bytes,
+                                                kAlphaBytesPerPair, source_row_bytes, k2vuyBytesPerPair);
+    for (long y = 0; y < rows.rows; ++y)
+        convert(row_start(alpha, rows.destination_pitch, y), row_start(source, rows.source_pitch, y),
+                rows.pixels);
     return 0;
 }
 
@@ -90,8 +94,10 @@ int ccnvt_2yuv_strip_chroma(void* destination, long destination_row_bytes, const
                             long source_row_bytes, long width, long height) {
     if (height < 1 || width < 2) return 0;
     const ChosenRowKernel<PairsRow> convert(kStripChroma);
-    for (long y = 0; y < height; ++y)
-        convert(row_start(destination, destination_row_bytes, y), row_start(source, source_row_bytes, y),
-                pairs_in(width));
+    const RowLayout rows = merged_if_contiguous(pairs_in(width), height, destination_row_bytes,
+                                                k2vuyBytesPerPair, source_row_bytes, k2vuyBytesPerPair);
+    for (long y = 0; y < rows.rows; ++y)
+        convert(row_start(destination, rows.destination_pitch, y), row_start(source, rows.source_pitch, y),
+                rows.pixels);
     return 0;
 }

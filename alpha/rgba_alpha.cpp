@@ -63,36 +63,49 @@ void rgba_addalpha_portable(const unsigned char* source, unsigned char* destinat
 
 using namespace cconvert::detail;
 
+// Each operation treats rows without gaps between them (pitch equal to the
+// row's bytes on both sides; the alpha plane has none) as one row.
+
 int ccnvt_alpha_to_rgba(void* destination, long destination_row_bytes, const void* alpha, long,
                         long width, long height) {
     if (width < 1 || height < 1) return 0;
+    const RowLayout rows = merged_if_contiguous(static_cast<std::size_t>(width), height,
+                                                destination_row_bytes, 4, width, 1);
     choose_kernel<AlphaToRgbaFrame>(alpha_to_rgba_portable, nullptr, ccnvt_alpha_to_rgba_avx2)(
-        static_cast<unsigned char*>(destination), destination_row_bytes,
-        static_cast<const unsigned char*>(alpha), width, height);
+        static_cast<unsigned char*>(destination), rows.destination_pitch,
+        static_cast<const unsigned char*>(alpha), static_cast<long>(rows.pixels), rows.rows);
     return 0;
 }
 
 int ccnvt_rgba_to_alpha(void* alpha, long, const void* source, long source_row_bytes, long width,
                         long height) {
     if (width < 1 || height < 1) return 0;
+    const RowLayout rows =
+        merged_if_contiguous(static_cast<std::size_t>(width), height, width, 1, source_row_bytes, 4);
     choose_kernel<RgbaToAlphaFrame>(rgba_to_alpha_portable, nullptr, ccnvt_rgba_to_alpha_avx2)(
-        static_cast<unsigned char*>(alpha), static_cast<const unsigned char*>(source), source_row_bytes,
-        width, height);
+        static_cast<unsigned char*>(alpha), static_cast<const unsigned char*>(source), rows.source_pitch,
+        static_cast<long>(rows.pixels), rows.rows);
     return 0;
 }
 
 int ccnvt_rgba_setalpha(void* pixels, long row_bytes, int alpha, long width, long height) {
     if (width < 1 || height < 1) return 0;
+    const RowLayout rows =
+        merged_if_contiguous(static_cast<std::size_t>(width), height, row_bytes, 4, row_bytes, 4);
     choose_kernel<SetAlphaFrame>(rgba_setalpha_portable, nullptr, ccnvt_rgba_setalpha_avx2)(
-        static_cast<unsigned char*>(pixels), row_bytes, static_cast<std::uint8_t>(alpha), width, height);
+        static_cast<unsigned char*>(pixels), rows.destination_pitch, static_cast<std::uint8_t>(alpha),
+        static_cast<long>(rows.pixels), rows.rows);
     return 0;
 }
 
 int ccnvt_rgba_addalpha(const void* source, void* destination, long source_row_bytes,
                         long destination_row_bytes, int alpha, long width, long height) {
     if (width < 1 || height < 1) return 0;
+    const RowLayout rows = merged_if_contiguous(static_cast<std::size_t>(width), height,
+                                                destination_row_bytes, 4, source_row_bytes, 3);
     choose_kernel<AddAlphaFrame>(rgba_addalpha_portable, nullptr, ccnvt_rgba_addalpha_avx2)(
         static_cast<const unsigned char*>(source), static_cast<unsigned char*>(destination),
-        source_row_bytes, destination_row_bytes, static_cast<std::uint8_t>(alpha), width, height);
+        rows.source_pitch, rows.destination_pitch, static_cast<std::uint8_t>(alpha),
+        static_cast<long>(rows.pixels), rows.rows);
     return 0;
 }

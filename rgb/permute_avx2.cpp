@@ -6,11 +6,18 @@ namespace cconvert::detail {
 
 using namespace simd;
 
-CCNVT_TARGET_AVX2
-void reorder32_avx2(unsigned char* destination, const unsigned char* source, std::size_t pixels,
-                    const PixelPattern& pattern) {
+namespace {
+
+// The 32- and 8-pixel blocks of a reorder; returns the pixels done. Without
+// a fill byte in the pattern the or is left out.
+template <bool Fill>
+CCNVT_TARGET_AVX2 inline std::size_t reorder32_blocks(unsigned char* destination, const unsigned char* source,
+                                                      std::size_t pixels, const PixelPattern& pattern) {
     const __m256i indices = both_lanes(reorder_indices(pattern)), fill = both_lanes(fill_bytes(pattern));
-    auto reorder = [&](__m256i in) CCNVT_TARGET_AVX2 { return _mm256_or_si256(_mm256_shuffle_epi8(in, indices), fill); };
+    auto reorder = [&](__m256i in) CCNVT_TARGET_AVX2 {
+        const __m256i out = _mm256_shuffle_epi8(in, indices);
+        return Fill ? _mm256_or_si256(out, fill) : out;
+    };
     std::size_t x = 0;
     for (; x + 32 <= pixels; x += 32) {
         const unsigned char* in = source + 4 * x;
@@ -22,10 +29,20 @@ void reorder32_avx2(unsigned char* destination, const unsigned char* source, std
         store256(out + 96, reorder(d));
     }
     for (; x + 8 <= pixels; x += 8) store256(destination + 4 * x, reorder(load256(source + 4 * x)));
+    return x;
+}
+
+}  // namespace
+
+CCNVT_TARGET_AVX2
+void reorder32_avx2(unsigned char* destination, const unsigned char* source, std::size_t pixels,
+                    const PixelPattern& pattern) {
+    std::size_t x = has_fill(pattern) ? reorder32_blocks<true>(destination, source, pixels, pattern)
+                                      : reorder32_blocks<false>(destination, source, pixels, pattern);
     const __m128i indices128 = reorder_indices(pattern), fill128 = fill_bytes(pattern);
     for (; x + 4 <= pixels; x += 4)
         store(destination + 4 * x, _mm_or_si128(_mm_shuffle_epi8(load(source + 4 * x), indices128), fill128));
-    reorder32_pixels(destination, source, x, pixels, pattern);
+    if (x < pixels) reorder32_pixels(destination, source, x, pixels, pattern);
 }
 
 // Thirty-two pixels per step: each 8-pixel load is shuffled to 12 bytes per

@@ -44,6 +44,11 @@ constexpr PixelPattern kSwapRedBlueAppendAlpha{{2, 1, 0, kFillAlpha}, 0xFF};
 constexpr PixelPattern kPrependAlpha{{kFillAlpha, 0, 1, 2}, 0xFF};
 }  // namespace pattern
 
+constexpr bool has_fill(const PixelPattern& p) {
+    return p.from[0] == kFillAlpha || p.from[1] == kFillAlpha || p.from[2] == kFillAlpha ||
+           p.from[3] == kFillAlpha;
+}
+
 constexpr PixelPattern with_alpha(PixelPattern p, std::uint8_t alpha) {
     p.alpha = alpha;
     return p;

@@ -78,9 +78,13 @@ void reduce_rows(bool green_6_bits, bool dithered, void* destination, long desti
     Rgb16Packing packings[4];
     for (int y = 0; y < 4; ++y)
         packings[y] = Rgb16Packing::for_row(green_6_bits, dithered ? g_bDither4x4 + 4 * y : nullptr);
-    for (long k = 0; k < rows_in(height); ++k)
-        reduce(row_start(destination, destination_pitch, k), row_start(source, source_pitch, k),
-               pixels_in(width), packings[k & 3]);
+    // The dither depends on the row and the position in it: those rows stay apart.
+    const RowLayout rows = dithered ? RowLayout{pixels_in(width), rows_in(height), destination_pitch, source_pitch}
+                                    : merged_if_contiguous(pixels_in(width), rows_in(height), destination_pitch,
+                                                           2, source_pitch, 4);
+    for (long k = 0; k < rows.rows; ++k)
+        reduce(row_start(destination, rows.destination_pitch, k), row_start(source, rows.source_pitch, k),
+               rows.pixels, packings[k & 3]);
 }
 
 }  // namespace
@@ -112,21 +116,25 @@ void ccnvt_rgb16_rgb24(void* destination, long destination_pitch, void* source, 
                        long width, long height) {
     if (height == 0 || width < 1) return;
     const ChosenRowKernel<ExpandRgb24Row> expand(kExpandRgb16ToRgb24);
-    for (long k = 0; k < rows_in(height); ++k)
-        expand(row_start(destination, destination_pitch, k), row_start(source, source_pitch, k),
-               pixels_in(width));
+    const RowLayout rows =
+        merged_if_contiguous(pixels_in(width), rows_in(height), destination_pitch, 3, source_pitch, 2);
+    for (long k = 0; k < rows.rows; ++k)
+        expand(row_start(destination, rows.destination_pitch, k), row_start(source, rows.source_pitch, k),
+               rows.pixels);
 }
 
-// Rows last to first, each taken from the end of its pitch span.
+// Rows last to first, each taken from the end of its pitch span; rows
+// without gaps between them as one.
 void ccnvt_rgb16_rgba32_inplace(void* destination, long destination_pitch, const void* source,
                                 long source_pitch, long width, long height) {
     if (height == 0 || width < 1) return;
     const ChosenRowKernel<ExpandRgba32Row> expand(kExpandRgb16ToRgba32);
-    const auto pixels = static_cast<std::size_t>(width);
     const std::uint8_t alpha = ::a;
-    for (long r = rows_in(height); r-- > 0;)
-        expand(row_start(destination, destination_pitch, r + 1) - 4 * pixels,
-               row_start(source, source_pitch, r + 1) - 2 * pixels, pixels, alpha);
+    const RowLayout rows =
+        merged_if_contiguous(pixels_in(width), rows_in(height), destination_pitch, 4, source_pitch, 2);
+    for (long r = rows.rows; r-- > 0;)
+        expand(row_start(destination, rows.destination_pitch, r + 1) - 4 * rows.pixels,
+               row_start(source, rows.source_pitch, r + 1) - 2 * rows.pixels, rows.pixels, alpha);
 }
 
 // ---- older names ----

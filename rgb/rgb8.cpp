@@ -18,14 +18,17 @@ constexpr int kShimOrderBgra = 1;
 
 bool nothing_to_convert(long width, long height) { return height == 0 || width < 1; }
 
-// Source row k to destination row k, first row first.
+// Source row k to destination row k, first row first; rows without gaps
+// between them as one.
 void rows_first_to_last(const PermuteKernels& kernels, const PixelPattern& pattern,
                         void* destination, long destination_pitch, const void* source,
                         long source_pitch, long width, long height) {
     const PermuteRows convert(kernels, pattern);
-    for (long k = 0; k < rows_in(height); ++k)
-        convert(row_start(destination, destination_pitch, k), row_start(source, source_pitch, k),
-                pixels_in(width));
+    const RowLayout rows = merged_if_contiguous(pixels_in(width), rows_in(height), destination_pitch,
+                                                kernels.destination_bytes, source_pitch, kernels.source_bytes);
+    for (long k = 0; k < rows.rows; ++k)
+        convert(row_start(destination, rows.destination_pitch, k), row_start(source, rows.source_pitch, k),
+                rows.pixels);
 }
 
 // The 24-to-32-bit widenings: last row first, each row offered to the shims.
@@ -137,15 +140,17 @@ void ccnvt_rgba24_rgb32_invert(void* destination, long destination_pitch, const 
               row_start(source, source_pitch, k), pixels_in(width));
 }
 
-// Rows are taken from the end of each pitch span.
+// Rows are taken from the end of each pitch span, last row first; rows
+// without gaps between them as one.
 void ccnvt_macbgr24_macargb32_inplace(void* destination, long destination_pitch, const void* source,
                                       long source_pitch, long width, long height) {
     if (height < 1 || width < 1) return;
     const PermuteRows widen(kWiden24, with_alpha(pattern::kPrependAlpha, ::a));
-    const auto pixels = static_cast<std::size_t>(width);
-    for (long r = height; r-- > 0;)
-        widen(row_start(destination, destination_pitch, r + 1) - 4 * pixels,
-              row_start(source, source_pitch, r + 1) - 3 * pixels, pixels);
+    const RowLayout rows = merged_if_contiguous(pixels_in(width), height, destination_pitch, 4,
+                                                source_pitch, 3);
+    for (long r = rows.rows; r-- > 0;)
+        widen(row_start(destination, rows.destination_pitch, r + 1) - 4 * rows.pixels,
+              row_start(source, rows.source_pitch, r + 1) - 3 * rows.pixels, rows.pixels);
 }
 
 // ---- within 32 bits ----

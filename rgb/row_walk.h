@@ -69,6 +69,28 @@ private:
     Kernel chosen_;
 };
 
+// The rows to walk. When the rows of both sides follow one another without
+// a gap (each pitch equals the bytes of its row), the frame is one row of
+// width x rows pixels: walking it front to back (back to front) makes the
+// same pixel steps in the same order as walking the rows first to last (last
+// to first) front to back (back to front), with fewer row ends. Only for
+// converters whose pixels do not depend on their row or position in it.
+struct RowLayout {
+    std::size_t pixels;  // per row
+    long rows;
+    long destination_pitch, source_pitch;
+};
+
+inline RowLayout merged_if_contiguous(std::size_t pixels, long rows, long destination_pitch,
+                                      std::size_t destination_bytes_per_pixel, long source_pitch,
+                                      std::size_t source_bytes_per_pixel) {
+    const auto destination_row = static_cast<long>(pixels * destination_bytes_per_pixel);
+    const auto source_row = static_cast<long>(pixels * source_bytes_per_pixel);
+    if (rows > 1 && destination_pitch == destination_row && source_pitch == source_row)
+        return {pixels * static_cast<std::size_t>(rows), 1, destination_row * rows, source_row * rows};
+    return {pixels, rows, destination_pitch, source_pitch};
+}
+
 // The pixel count of a row: widths below 1 convert nothing.
 inline std::size_t pixels_in(long width) { return width > 0 ? static_cast<std::size_t>(width) : 0; }
 

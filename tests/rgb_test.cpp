@@ -316,12 +316,15 @@ TEST_P(RgbConverters, OverlappingFramesMatchThePerPixelWalk) {
         if (!c.may_overlap) continue;
         for (long w : {1L, 7L, 16L, 35L, 64L, 131L})
             for (long h : {1L, 3L})
-                for (long shift = -2 * c.in_bytes * w - 9; shift <= 2 * c.out_bytes * w + 9;
-                     shift += (kSampled ? 5 : 1) * (w > 40 ? 7 : 1)) {
-                    const long pitch = std::max(c.in_bytes, c.out_bytes) * w + 4;
-                    expect_overlap_matches_model(c, {w, h, pitch, pitch}, shift, seed++);
-                    if (HasFatalFailure()) return;
-                }
+                for (bool tight : {false, true})  // tight: rows without gaps on both sides
+                    for (long shift = -2 * c.in_bytes * w * h - 9; shift <= 2 * c.out_bytes * w * h + 9;
+                         shift += (kSampled ? 5 : 1) * (w > 40 ? 7 : 1) * h) {
+                        const long pitch = std::max(c.in_bytes, c.out_bytes) * w + 4;
+                        const Geometry g = tight ? Geometry{w, h, c.out_bytes * w, c.in_bytes * w}
+                                                 : Geometry{w, h, pitch, pitch};
+                        expect_overlap_matches_model(c, g, shift, seed++);
+                        if (HasFatalFailure()) return;
+                    }
     }
 }
 

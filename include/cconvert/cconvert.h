@@ -3,10 +3,12 @@
 #define CCONVERT_H
 
 #include "frame.h"
+#include "alpha.h"
 #include "csputils.h"
 #include "geometry.h"
 #include "hdr.h"
 #include "planar.h"
+#include "rgb.h"
 #include "ycbcr422.h"
 
 #endif

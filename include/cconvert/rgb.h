@@ -1,0 +1,184 @@
+/* cconvert: 8-bit and 16-bit RGB.
+ *
+ * Byte orders (b0 is the byte at the lowest address of a pixel):
+ *   rgba32 (also rgb32): b0 blue, b1 green, b2 red, b3 alpha; as a
+ *                        little-endian 32-bit value 0xAARRGGBB.
+ *   rgb24:               b0 blue, b1 green, b2 red.
+ * Every other 8-bit word in a name (bgr24, bgra32, abgr32, argb32, macbgr24,
+ * macargb32, and the span names) is defined by the byte permutation written
+ * beside the function: d0..d3 are destination bytes, s0..s3 source bytes.
+ *
+ * rgb16: one little-endian 16-bit word per pixel.
+ *   5-5-5: bit 15 zero (ignored when read), red bits 14-10, green 9-5, blue 4-0.
+ *   5-6-5: red bits 15-11, green 10-5, blue 4-0.
+ * Reduction truncates each byte (>> 3, green >> 2 in 5-6-5); expansion shifts
+ * each field left by 3 with zero low bits (31 becomes 248).
+ *
+ * Frame converters take (destination, destination pitch, source, source
+ * pitch, width, height). Pitches are byte distances between row starts,
+ * used exactly as given (0 writes every row over the first; negative pitches
+ * walk up). Nothing is done when height is 0 or width is below 1, except
+ * where a function says otherwise. |height| rows are converted and
+ * destination row k comes from source row k: a negative height does not turn
+ * the frame over. No result is returned.
+ */
+#ifndef CCONVERT_RGB_H
+#define CCONVERT_RGB_H
+
+#include "frame.h"
+
+CCNVT_C_BEGIN
+
+/* The alpha written by every 3-to-4-byte and 2-to-4-byte widening; 0xFF at
+ * load. A host may assign it between conversions, not during one. */
+CCNVT_EXPORT extern unsigned char a;
+
+/* The 4 x 4 ordered-dither matrix of the dithered 16-bit reducers, row-major:
+ * entry (y & 3) * 4 + (x & 3), values 0 to 15. */
+CCNVT_EXPORT extern const unsigned char g_bDither4x4[16];
+
+/* ---- 32 to 24 bits: pixels front to back, rows first to last ---- */
+
+/* d0 = s0, d1 = s1, d2 = s2 (alpha dropped). Works in place: same buffer,
+ * destination pitch not above source pitch. */
+CCNVT_EXPORT void ccnvt_rgba32_rgb24_inplace(void* destination, long destination_pitch,
+                                             const void* source, long source_pitch, long width,
+                                             long height);
+/* d0 = s2, d1 = s1, d2 = s0. In place as above. Tests only the height: with a
+ * width below 1 each row still goes to the shims and nothing is written. */
+CCNVT_EXPORT void ccnvt_rgba32_bgr24_inplace(void* destination, long destination_pitch,
+                                             const void* source, long source_pitch, long width,
+                                             long height);
+/* As ccnvt_rgba32_rgb24_inplace, upside down: source row i goes to
+ * destination + (height - 1 - i) * destination pitch, computed with the
+ * height as passed, so pass a positive height. Not for overlapping frames. */
+CCNVT_EXPORT void ccnvt_rgba32_rgb24_invert(void* destination, long destination_pitch,
+                                            const void* source, long source_pitch, long width,
+                                            long height);
+
+/* ---- 24 to 32 bits: rows last to first, pixels back to front ---- */
+
+/* d0 = s0, d1 = s1, d2 = s2, d3 = a. Works in place: same buffer,
+ * destination pitch at least 4/3 of the source pitch. */
+CCNVT_EXPORT void ccnvt_rgb24_rgba32_inplace(void* destination, long destination_pitch,
+                                             const void* source, long source_pitch, long width,
+                                             long height);
+/* d0 = s2, d1 = s1, d2 = s0, d3 = a. In place as above. */
+CCNVT_EXPORT void ccnvt_rgb24_bgra32_inplace(void* destination, long destination_pitch,
+                                             const void* source, long source_pitch, long width,
+                                             long height);
+/* d0 = a, d1 = s0, d2 = s1, d3 = s2 (a read once per call). Nothing is done
+ * when height or width is below 1. Row r of each side is the span of pixel
+ * bytes that ends at pointer + (r + 1) * pitch: with pitches wider than the
+ * pixels, the pixels sit at the end of each pitch span. In place with
+ * pitches 3 * width and 4 * width on one buffer. */
+CCNVT_EXPORT void ccnvt_macbgr24_macargb32_inplace(void* destination, long destination_pitch,
+                                                   const void* source, long source_pitch,
+                                                   long width, long height);
+/* d0 = s0, d1 = s1, d2 = s2, d3 = a, upside down: source row i goes to
+ * destination row |height| - 1 - i. Pixels front to back; not for
+ * overlapping frames. */
+CCNVT_EXPORT void ccnvt_rgba24_rgb32_invert(void* destination, long destination_pitch,
+                                            const void* source, long source_pitch, long width,
+                                            long height);
+
+/* ---- reorders within 32 bits: pixels front to back, rows first to last;
+ *      in place when destination == source ---- */
+
+/* d0 = s2, d1 = s1, d2 = s0, d3 = s3. */
+CCNVT_EXPORT void ccnvt_rgba32_bgra32_inplace(void* destination, long destination_pitch,
+                                              const void* source, long source_pitch, long width,
+                                              long height);
+/* d0 = s3, d1 = s2, d2 = s1, d3 = s0 (byte reversal). */
+CCNVT_EXPORT void ccnvt_rgba32_abgr32_inplace(void* destination, long destination_pitch,
+                                              const void* source, long source_pitch, long width,
+                                              long height);
+/* d0 = s1, d1 = s2, d2 = s3, d3 = s0 (value rotated right by 8). Tests only
+ * the height; each row goes to the shims first. */
+CCNVT_EXPORT void ccnvt_rgba32_argb32(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height);
+/* d0 = s3, d1 = s0, d2 = s1, d3 = s2 (value rotated left by 8). Tests only
+ * the height; each row goes to the shims first. */
+CCNVT_EXPORT void ccnvt_argb32_rgba32(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height);
+
+/* ---- span reorders: count consecutive 32-bit pixels, no rows; in place
+ *      when destination == source ---- */
+
+CCNVT_EXPORT void rgba2argb(unsigned int* destination, const unsigned int* source, unsigned int count); /* rotate right 8 */
+CCNVT_EXPORT void argb2rgba(unsigned int* destination, const unsigned int* source, unsigned int count); /* d0=s3 d1=s1 d2=s2 d3=s0 */
+CCNVT_EXPORT void bgra2argb(unsigned int* destination, const unsigned int* source, unsigned int count); /* byte reversal */
+CCNVT_EXPORT void argb2bgra(unsigned int* destination, const unsigned int* source, unsigned int count); /* byte reversal */
+CCNVT_EXPORT void abgr2argb(unsigned int* destination, const unsigned int* source, unsigned int count); /* d0=s2 d1=s1 d2=s0 d3=s3 */
+CCNVT_EXPORT void argb2abgr(unsigned int* destination, const unsigned int* source, unsigned int count); /* d0=s2 d1=s1 d2=s0 d3=s3 */
+CCNVT_EXPORT void bgra2rgba(unsigned int* destination, const unsigned int* source, unsigned int count); /* d0=s2 d1=s1 d2=s0 d3=s3 */
+CCNVT_EXPORT void bgra2abgr(unsigned int* destination, const unsigned int* source, unsigned int count); /* rotate right 8 */
+CCNVT_EXPORT void abgr2bgra(unsigned int* destination, const unsigned int* source, unsigned int count); /* rotate left 8 */
+/* The same functions as bgra2abgr and abgr2bgra, under their older names. */
+CCNVT_EXPORT void bgra2abgrMMX(unsigned int* destination, const unsigned int* source, unsigned int count);
+CCNVT_EXPORT void abgr2bgraMMX(unsigned int* destination, const unsigned int* source, unsigned int count);
+
+/* ---- 16-bit RGB ---- */
+
+/* rgba32 to 5-5-5 (alpha ignored). Rows first to last, pixels front to back. */
+CCNVT_EXPORT void ccnvt_rgba32_rgb16(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height);
+/* 5-5-5 to rgba32, b3 = a. Rows last to first, pixels back to front; row r of
+ * each side is the span of pixel bytes that ends at pointer + (r + 1) * pitch
+ * (pixels at the end of each pitch span). In place with pitches 2 * width
+ * and 4 * width on one buffer. */
+CCNVT_EXPORT void ccnvt_rgb16_rgba32_inplace(void* destination, long destination_pitch,
+                                             const void* source, long source_pitch, long width,
+                                             long height);
+
+/* ---- older names: each is the function it names ---- */
+
+CCNVT_EXPORT void ccnvt_rgb32_rgb24_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgba32_rgb24_inplace */
+CCNVT_EXPORT void ccnvt_rgb32_rgb24(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height);         /* ccnvt_rgba32_rgb24_inplace */
+CCNVT_EXPORT void ccnvt_rgba32_rgb24(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height);        /* ccnvt_rgba32_rgb24_inplace */
+CCNVT_EXPORT void ccnvt_rgb24_rgb32_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgb24_rgba32_inplace */
+CCNVT_EXPORT void ccnvt_rgb24_rgb32(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height);         /* ccnvt_rgb24_rgba32_inplace */
+CCNVT_EXPORT void ccnvt_rgb24_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height);        /* ccnvt_rgb24_rgba32_inplace */
+CCNVT_EXPORT void ccnvt_rgb24_bgr32_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgb24_bgra32_inplace */
+CCNVT_EXPORT void ccnvt_rgb32_bgr24_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgba32_bgr24_inplace */
+CCNVT_EXPORT void ccnvt_rgb32_bgr32_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgba32_bgra32_inplace */
+CCNVT_EXPORT void ccnvt_rgb32_rgb32(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);               /* ccnvt_rgba32_rgba32 */
+CCNVT_EXPORT void ccnvt_rgb16_rgb32_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgb16_rgba32_inplace */
+CCNVT_EXPORT void ccnvt_rgb16_rgb32(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height);         /* ccnvt_rgb16_rgba32_inplace */
+CCNVT_EXPORT void ccnvt_rgb16_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height);        /* ccnvt_rgb16_rgba32_inplace */
+CCNVT_EXPORT void ccnvt_rgb32_rgb16(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);               /* ccnvt_rgba32_rgb16 */
+CCNVT_EXPORT void ccnvt_rgb32_rgb16_565(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);           /* ccnvt_rgba32_rgb16_565 */
+CCNVT_EXPORT void ccnvt_rgb32_rgb16_dithered(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);      /* ccnvt_rgba32_rgb16_dithered */
+CCNVT_EXPORT void ccnvt_rgb32_rgb16_565_dithered(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);  /* ccnvt_rgba32_rgb16_565_dithered */
+
+CCNVT_C_END
+
+#ifdef __cplusplus
+
+/* Copies width * 4 bytes per row (a plain memory copy: the frames must not
+ * overlap). Tests only the height: a width of 0 copies nothing, a negative
+ * width is a huge copy length. */
+CCNVT_EXPORT void ccnvt_rgba32_rgba32(void* destination, long destination_pitch, void* source,
+                                      long source_pitch, long width, long height);
+
+/* rgba32 to 5-6-5 (alpha ignored). */
+CCNVT_EXPORT void ccnvt_rgba32_rgb16_565(void* destination, long destination_pitch, void* source,
+                                         long source_pitch, long width, long height);
+/* rgba32 to 5-5-5 with the 4 x 4 ordered dither: with D = g_bDither4x4 at
+ * (pixel index in the row, index of the row among those converted), each of
+ * blue, green and red gets D >> 1 added, clamped to 255, then truncates. */
+CCNVT_EXPORT void ccnvt_rgba32_rgb16_dithered(void* destination, long destination_pitch,
+                                              void* source, long source_pitch, long width,
+                                              long height);
+/* As above to 5-6-5; green gets D >> 2. */
+CCNVT_EXPORT void ccnvt_rgba32_rgb16_565_dithered(void* destination, long destination_pitch,
+                                                  void* source, long source_pitch, long width,
+                                                  long height);
+/* 5-5-5 to rgb24. Rows first to last, pixels front to back; not for
+ * overlapping frames. */
+CCNVT_EXPORT void ccnvt_rgb16_rgb24(void* destination, long destination_pitch, void* source,
+                                    long source_pitch, long width, long height);
+
+#endif /* __cplusplus */
+
+#endif

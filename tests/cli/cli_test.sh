@@ -27,13 +27,13 @@ expect_ok() {
 expect_error() {
     local what=$1 text=$2
     shift 2
-    rm -f out
+    rm -f out out.png
     "$@" > /dev/null 2> stderr.txt
     local status=$?
     [ $status -ne 0 ] || fail "$what: exit 0"
     [ "$(wc -l < stderr.txt)" -eq 1 ] || fail "$what: not one line: $(cat stderr.txt)"
     grep -qF -- "$text" stderr.txt || fail "$what: message '$(cat stderr.txt)' lacks '$text'"
-    [ ! -e out ] || fail "$what: left an output file"
+    [ ! -e out ] && [ ! -e out.png ] || fail "$what: left an output file"
     ls ./*.ccnvt-* > /dev/null 2>&1 && fail "$what: left a temporary file"
 }
 
@@ -66,6 +66,25 @@ grep -q "nv12 -> 2vuy (cycbcr_NV12_to_uyvy), 2vuy -> i420 (ccnvt_2vuy_i420)" cha
 
 expect_ok "formats" "$tool" formats
 "$tool" formats | grep -q '^v210 ' || fail "formats does not list v210"
+
+# ---- PNG ----
+head -c $((64 * 48 * 4)) /dev/urandom > small.rgba32
+expect_ok "rgba32 to PNG" "$tool" convert small.rgba32 small.png --from rgba32 --size 64x48
+expect_ok "PNG to rgba32" "$tool" convert small.png back.rgba32 --to rgba32
+cmp -s small.rgba32 back.rgba32 || fail "rgba32 -> PNG -> rgba32 changed the pixels"
+head -c $((64 * 48 * 3)) /dev/urandom > small.rgb24
+expect_ok "preview of rgb24" "$tool" preview small.rgb24 small24.png --from rgb24 --size 64x48
+expect_ok "PNG to rgb24" "$tool" convert small24.png back.rgb24 --to rgb24
+cmp -s small.rgb24 back.rgb24 || fail "rgb24 -> PNG -> rgb24 changed the pixels"
+expect_error "PNG of the wrong size" "'small.png' is 64x48, not 32x32" "$tool" convert small.png out --to rgba32 --size 32x32
+head -c 100 /dev/urandom > fake.png
+expect_error "not a PNG" "'fake.png' is not a PNG file" "$tool" convert fake.png out --to rgba32
+head -c 200 small.png > truncated.png
+expect_error "truncated PNG" "cannot read the PNG 'truncated.png'" "$tool" convert truncated.png out --to rgba32
+cat small.rgba32 small.rgba32 > two.rgba32
+expect_error "several frames into one PNG" "a PNG holds one frame; 'two.rgba32' has 2" \
+    "$tool" convert two.rgba32 out.png --from rgba32 --size 64x48
+expect_error "preview not to PNG" "must end in .png" "$tool" preview small.rgb24 out --from rgb24 --size 64x48
 
 # ---- bars ----
 # Reads 10-bit (Y, Cb, Cr) of pixel x, row y of a v210 file with rows of `pitch` bytes.
@@ -139,6 +158,7 @@ expect_error "too many frames" "holds 3 frames, not 4" "$tool" convert frames.2v
 expect_error "short pitch" "--pitch 100 is shorter" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1920x1080 --pitch 100
 expect_error "pitch of a planar format" "nv12 is planar" "$tool" convert frame.nv12 out --from nv12 --to 2vuy --size 1920x1080 --pitch 4000
 expect_error "missing option" "--to is required" "$tool" convert frames.2vuy out --from 2vuy --size 1920x1080
+expect_error "missing input" "input is required" "$tool" convert
 expect_error "no threads" "--threads must be at least 1" "$tool" convert frames.2vuy out --from 2vuy --to v210 --size 1920x1080 --threads 0
 
 if [ $failures -ne 0 ]; then

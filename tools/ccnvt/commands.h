@@ -23,6 +23,8 @@ struct BarsOptions {
 void run_formats();
 void run_bars(const BarsOptions& options);
 void run_convert(const ConvertOptions& options);
+// A PNG of the first frame (output must end in .png).
+void run_preview(const ConvertOptions& options);
 
 }  // namespace ccnvt
 

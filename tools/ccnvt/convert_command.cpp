@@ -12,6 +12,7 @@
 #include "files.h"
 #include "frames.h"
 #include "options.h"
+#include "png_io.h"
 
 namespace ccnvt {
 
@@ -40,10 +41,66 @@ private:
 
 }  // namespace
 
+namespace {
+
+// The 8-bit RGB format a PNG is read into or written from.
+const Format& png_format(PngLayout layout) {
+    switch (layout) {
+        case PngLayout::bgr8: return format_named("rgb24");
+        case PngLayout::bgra8: return format_named("rgba32");
+        default: throw UserError("16-bit PNG files are read as rgb48 or rgba64, which this tool does not convert yet");
+    }
+}
+
+bool has_alpha(const Format& format) { return format.name == "rgba32" || format.name == "bgra32"; }
+
+void write_frame_as_png(const Frame& frame, const std::string& path, const std::vector<const Step*>& route) {
+    const Frame rgb = run_route(frame, route);
+    write_png(path, rgb.width, rgb.height, rgb.format->name == "rgba32" ? PngLayout::bgra8 : PngLayout::bgr8,
+              rgb.data());
+}
+
+// Converts a PNG: one frame.
+void convert_png_input(const ConvertOptions& options) {
+    if (!options.from.empty() && options.from != "png")
+        throw UserError("'" + options.input + "' is a PNG: leave out --from (or say png)");
+    if (options.pitch != 0) throw UserError("--pitch does not apply to a PNG input");
+    const PngImage image = read_png(options.input);
+    if (!options.size.empty()) {
+        const Size size = parse_size(options.size);
+        if (size.width != image.width || size.height != image.height)
+            throw UserError("'" + options.input + "' is " + std::to_string(image.width) + "x" +
+                            std::to_string(image.height) + ", not " + options.size);
+    }
+    const Format& from = png_format(image.layout);
+    Frame frame = frame_from_pitched(from, image.width, image.height, image.pixels.data(), 0);
+    if (has_extension(options.output, ".png")) {
+        const auto route = plan_route(from, from);
+        write_frame_as_png(frame, options.output, route);
+        return;
+    }
+    const Format& to = format_named(options.to);
+    check_size(to, image.width, image.height);
+    const auto route = plan_route(from, to);
+    if (options.verbose) std::fprintf(stderr, "ccnvt: %s\n", describe_route(route).c_str());
+    const Frame out = run_route(frame, route);
+    OutputFile output(options.output);
+    output.write(out.data(), out.size());
+    output.commit();
+}
+
+}  // namespace
+
 void run_convert(const ConvertOptions& options) {
+    if (has_extension(options.input, ".png")) return convert_png_input(options);
+    const bool png_output = has_extension(options.output, ".png");
+    if (options.from.empty()) throw UserError("--from is required (the input is not a PNG)");
+    if (options.to.empty() && !png_output) throw UserError("--to is required (the output is not a PNG)");
+    if (options.size.empty()) throw UserError("--size is required (the input is not a PNG)");
     const Size size = parse_size(options.size);
     const Format& from = format_named(options.from);
-    const Format& to = format_named(options.to);
+    const Format& to = png_output ? format_named(has_alpha(format_named(options.from)) ? "rgba32" : "rgb24")
+                                  : format_named(options.to);
     check_size(from, size.width, size.height);
     check_size(to, size.width, size.height);
     if (options.pitch != 0) {
@@ -68,6 +125,15 @@ void run_convert(const ConvertOptions& options) {
         frames = options.frames;
     }
 
+    if (png_output) {
+        if (frames != 1)
+            throw UserError("a PNG holds one frame; '" + options.input + "' has " + std::to_string(frames) +
+                            " (take the first with --frames 1)");
+        write_frame_as_png(frame_from_pitched(from, size.width, size.height, input.data(), options.pitch),
+                           options.output, route);
+        return;
+    }
+
     OutputFile output(options.output);
     Progress progress(frames);
     const std::size_t batch = static_cast<std::size_t>(options.threads);
@@ -90,6 +156,17 @@ void run_convert(const ConvertOptions& options) {
         progress.update(first + count);
     }
     output.commit();
+}
+
+}  // namespace ccnvt
+
+namespace ccnvt {
+
+void run_preview(const ConvertOptions& options) {
+    if (!has_extension(options.output, ".png")) throw UserError("the preview '" + options.output + "' must end in .png");
+    ConvertOptions first = options;
+    first.frames = 1;
+    run_convert(first);
 }
 
 }  // namespace ccnvt

@@ -60,6 +60,14 @@ const std::vector<Format>& all_formats() {
          planar420_frame<2>},
         {"y210", {}, "10-bit 4:2:2 in 16-bit words Y0 Cb Y1 Cr (value in the high bits)", 2, 1, packed_row<4>,
          packed_frame<4>},
+        {"rgba32", {"rgb32"}, "8-bit RGB with alpha, bytes B G R A (the value 0xAARRGGBB)", 1, 1, packed_row<4>,
+         packed_frame<4>},
+        {"bgra32", {}, "8-bit RGB with alpha, bytes R G B A", 1, 1, packed_row<4>, packed_frame<4>},
+        {"rgb24", {}, "8-bit RGB, bytes B G R", 1, 1, packed_row<3>, packed_frame<3>},
+        {"rgb16", {"rgb555"}, "5-5-5 RGB in little-endian 16-bit words, red in bits 14-10", 1, 1, packed_row<2>,
+         packed_frame<2>},
+        {"rgb565", {"rgb16_565"}, "5-6-5 RGB in little-endian 16-bit words, red in bits 15-11", 1, 1,
+         packed_row<2>, packed_frame<2>},
     };
     return formats;
 }

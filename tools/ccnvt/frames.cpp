@@ -66,6 +66,29 @@ void y210_to_yuy2(const Frame& in, Frame& out) {
     ccnvt_Y210_to_uyvy(out.data(), in.data(), 2 * in.width, 4 * in.width, in.width, in.height);
 }
 
+long row_of(const Frame& frame) { return static_cast<long>(frame.format->row_bytes(frame.width)); }
+long w(const Frame& frame) { return frame.width; }
+long h(const Frame& frame) { return frame.height; }
+
+void rgba32_to_rgb24(const Frame& in, Frame& out) {
+    ccnvt_rgba32_rgb24_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void rgb24_to_rgba32(const Frame& in, Frame& out) {
+    ccnvt_rgb24_rgba32_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void swap_red_blue(const Frame& in, Frame& out) {  // rgba32 <-> bgra32: the same exchange both ways
+    ccnvt_rgba32_bgra32_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void rgba32_to_rgb16(const Frame& in, Frame& out) {
+    ccnvt_rgba32_rgb16(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void rgb16_to_rgba32(const Frame& in, Frame& out) {
+    ccnvt_rgb16_rgba32_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void rgba32_to_rgb565(const Frame& in, Frame& out) {
+    ccnvt_rgba32_rgb16_565(out.data(), row_of(out), const_cast<unsigned char*>(in.data()), row_of(in), w(in), h(in));
+}
+
 }  // namespace
 
 Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height) {
@@ -93,6 +116,13 @@ const std::vector<Step>& conversion_steps() {
         {"420p16", "nv12p16", "cycbcr_420p16_to_NV12p16", p16_to_nv12p16},
         {"y210", "v210", "ccnvt_Y210_to_v210", y210_to_v210},
         {"y210", "yuy2", "ccnvt_Y210_to_uyvy", y210_to_yuy2},
+        {"rgba32", "rgb24", "ccnvt_rgba32_rgb24_inplace", rgba32_to_rgb24},
+        {"rgb24", "rgba32", "ccnvt_rgb24_rgba32_inplace", rgb24_to_rgba32},
+        {"rgba32", "bgra32", "ccnvt_rgba32_bgra32_inplace", swap_red_blue},
+        {"bgra32", "rgba32", "ccnvt_rgba32_bgra32_inplace", swap_red_blue},
+        {"rgba32", "rgb16", "ccnvt_rgba32_rgb16", rgba32_to_rgb16},
+        {"rgb16", "rgba32", "ccnvt_rgb16_rgba32_inplace", rgb16_to_rgba32},
+        {"rgba32", "rgb565", "ccnvt_rgba32_rgb16_565", rgba32_to_rgb565},
     };
     return steps;
 }

@@ -4,6 +4,7 @@
 
 #include "frame.h"
 #include "geometry.h"
+#include "packed10.h"
 #include "planar.h"
 #include "ycbcr422.h"
 

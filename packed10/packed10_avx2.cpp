@@ -21,11 +21,6 @@ inline __m256i both_halves(const void* table) {
     return _mm256_broadcastsi128_si256(load128(table));
 }
 
-CCNVT_TARGET_AVX2
-inline __m256i halves(const void* low_table, const void* high_table) {
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(load128(low_table)), load128(high_table), 1);
-}
-
 // 16 bytes at low in the low half, 16 bytes at high in the high half.
 CCNVT_TARGET_AVX2
 inline __m256i load_halves(const unsigned char* low, const unsigned char* high) {
@@ -40,12 +35,15 @@ inline void store_halves(unsigned char* low, unsigned char* high, __m256i v) {
     storeu128(high, _mm256_extracti128_si256(v, 1));
 }
 
-// samples_to_pairs on each half: two pairs to 10 bytes per half.
+// uyvy_to_pairs on each half: the low half takes the pairs at bytes 0-7 of
+// its 16, the high half those at bytes 8-15.
 CCNVT_TARGET_AVX2
-inline __m256i samples_to_pairs256(__m256i samples) {
-    const __m256i halves_of_pairs = _mm256_madd_epi16(samples, both_halves(kPackScale));
-    return _mm256_or_si256(_mm256_shuffle_epi8(halves_of_pairs, both_halves(kPackHighBytes)),
-                           _mm256_shuffle_epi8(halves_of_pairs, both_halves(kPackLowBytes)));
+inline __m256i uyvy_to_pairs256(__m256i in) {
+    const __m256i to_lanes = _mm256_inserti128_si256(_mm256_castsi128_si256(load128(kUyvyPairsToLanes)),
+                                                     load128(kUyvyUpperPairsToLanes), 1);
+    const __m256i halves = _mm256_madd_epi16(_mm256_shuffle_epi8(in, to_lanes), both_halves(kUyvyLaneScale));
+    return _mm256_or_si256(_mm256_shuffle_epi8(halves, both_halves(kPackHighBytes)),
+                           _mm256_shuffle_epi8(halves, both_halves(kPackLowBytes)));
 }
 
 // group_to_v210 on each half: one packed10 group to one v210 group per half.
@@ -61,99 +59,142 @@ inline __m256i groups_to_v210(__m256i in) {
     return _mm256_or_si256(outer, middle);
 }
 
-// v210_window_samples on each half.
+// v210_group_to_pairs on each half.
 CCNVT_TARGET_AVX2
-inline __m256i samples(__m256i windows, __m256i bytes, __m256i scale) {
-    return _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_shuffle_epi8(windows, bytes), scale), 6);
+inline __m256i v210_groups_to_pairs(__m256i words) {
+    const __m256i outer = _mm256_and_si256(_mm256_or_si256(_mm256_slli_epi32(words, 20), _mm256_srli_epi32(words, 20)),
+                                           _mm256_set1_epi32(kOuterFieldsOfChunk));
+    const __m256i chunks = _mm256_or_si256(outer, _mm256_and_si256(words, _mm256_set1_epi32(kMiddleFieldOfChunk)));
+    const __m256i even = _mm256_mul_epu32(chunks, both_halves(kEvenChunkScale));
+    const __m256i odd = _mm256_mul_epu32(_mm256_srli_epi64(chunks, 32), both_halves(kOddChunkScale));
+    return _mm256_or_si256(_mm256_shuffle_epi8(even, both_halves(kEvenChunkBytes)),
+                           _mm256_shuffle_epi8(odd, both_halves(kOddChunkBytes)));
+}
+
+// Inside a line a step's last 16-byte load or store is a plain one; at the
+// end of the line it covers only the bytes the step owns.
+enum class LastAccess { Full, Bounded };
+
+// Eight pairs (40 bytes) to 32 bytes of 2vuy. The halves take pairs p, p+1 |
+// p+4, p+5 and p+2, p+3 | p+6, p+7, so that the per-half pack puts the eight
+// pairs in order.
+template <LastAccess last>
+CCNVT_TARGET_AVX2 inline void packed10_to_uyvy_step(const unsigned char* in, unsigned char* out) {
+    const __m256i to_lanes = both_halves(kPairBytesToLanes);
+    const __m256i scale = both_halves(kPairLaneScale);
+    const __m128i last_pairs = last == LastAccess::Full ? loadu128(in + 30) : load_partial128(in + 30, 10);
+    const __m256i first = load_halves(in, in + 20);
+    const __m256i second = _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(in + 10)), last_pairs, 1);
+    const __m256i even = _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_shuffle_epi8(first, to_lanes), scale), 8);
+    const __m256i odd = _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_shuffle_epi8(second, to_lanes), scale), 8);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_packus_epi16(even, odd));
+}
+
+// 32 bytes of 2vuy (eight pairs) to 40 bytes of packed10. Each 16-byte store
+// carries 10 bytes; the next store covers the spare ones.
+template <LastAccess last>
+CCNVT_TARGET_AVX2 inline void uyvy_to_packed10_step(const unsigned char* in, unsigned char* out) {
+    const __m256i first = uyvy_to_pairs256(_mm256_broadcastsi128_si256(loadu128(in)));
+    const __m256i second = uyvy_to_pairs256(_mm256_broadcastsi128_si256(loadu128(in + 16)));
+    store_halves(out, out + 10, first);
+    storeu128(out + 20, _mm256_castsi256_si128(second));
+    if constexpr (last == LastAccess::Full)
+        storeu128(out + 30, _mm256_extracti128_si256(second, 1));
+    else
+        store_partial128(out + 30, _mm256_extracti128_si256(second, 1), 10);
+}
+
+// Four packed10 groups (60 bytes) to four v210 groups (64 bytes).
+template <LastAccess last>
+CCNVT_TARGET_AVX2 inline void packed10_to_v210_step(const unsigned char* in, unsigned char* out) {
+    const __m128i last_group = last == LastAccess::Full ? loadu128(in + 45) : load_partial128(in + 45, 15);
+    const __m256i last_two = _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(in + 30)), last_group, 1);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), groups_to_v210(load_halves(in, in + 15)));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 32), groups_to_v210(last_two));
+}
+
+// Four v210 groups (64 bytes) to 60 bytes of packed10. Each 16-byte store
+// carries 15 bytes; the next store covers the spare one.
+template <LastAccess last>
+CCNVT_TARGET_AVX2 inline void v210_to_packed10_step(const unsigned char* in, unsigned char* out) {
+    const __m256i first = v210_groups_to_pairs(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in)));
+    const __m256i second = v210_groups_to_pairs(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + 32)));
+    store_halves(out, out + 15, first);
+    storeu128(out + 30, _mm256_castsi256_si128(second));
+    if constexpr (last == LastAccess::Full)
+        storeu128(out + 45, _mm256_extracti128_si256(second, 1));
+    else
+        store_partial128(out + 45, _mm256_extracti128_si256(second, 1), 15);
 }
 
 }  // namespace
 
-// 16 pixels (eight pairs, 40 bytes) to 32 bytes of 2vuy per step.
+// Each kernel runs plain steps while a step's last 16-byte access stays within
+// the line's data, then one bounded step if a whole step remains, and hands
+// the rest to the SSE-class kernel.
+
 CCNVT_TARGET_AVX2
 void kv_ycbcr422_packed10_to_uyvy_line_avx(const unsigned char* source, unsigned char* destination,
                                            int width) {
     const int pairs = width > 0 ? width / 2 : 0;
     const std::size_t readable = std::size_t{kPacked10BytesPerPair} * pairs;
-    const __m256i to_lanes = both_halves(kPairBytesToLanes);
-    const __m256i scale = both_halves(kPairLaneScale);
     int p = 0;
-    // The step's last load (pairs p + 6, p + 7) reads 16 bytes from byte 5p + 30.
-    for (; p + 8 <= pairs && 5 * std::size_t(p) + 46 <= readable; p += 8) {
-        const unsigned char* in = source + 5 * p;
-        // Halves: pairs p, p+1 | p+4, p+5 and p+2, p+3 | p+6, p+7, so that the
-        // per-half pack below puts the eight pairs in order.
-        __m256i even = _mm256_shuffle_epi8(load_halves(in, in + 20), to_lanes);
-        __m256i odd = _mm256_shuffle_epi8(load_halves(in + 10, in + 30), to_lanes);
-        even = _mm256_srli_epi16(_mm256_mullo_epi16(even, scale), 8);
-        odd = _mm256_srli_epi16(_mm256_mullo_epi16(odd, scale), 8);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination + 4 * p), _mm256_packus_epi16(even, odd));
+    for (; p + 8 <= pairs && 5 * std::size_t(p) + 46 <= readable; p += 8)
+        packed10_to_uyvy_step<LastAccess::Full>(source + 5 * p, destination + 4 * p);
+    if (p + 8 <= pairs) {
+        packed10_to_uyvy_step<LastAccess::Bounded>(source + 5 * p, destination + 4 * p);
+        p += 8;
     }
     kv_ycbcr422_packed10_to_uyvy_line_sse(source + 5 * p, destination + 4 * p, 2 * (pairs - p));
 }
 
-// 16 pixels (32 bytes of 2vuy) to 40 bytes of packed10 per step.
 CCNVT_TARGET_AVX2
 void kv_ycbcr422_uyvy_to_packed10_line_avx(const unsigned char* source, unsigned char* destination,
                                            int width) {
     const int pairs = width > 0 ? width / 2 : 0;
     const std::size_t writable = std::size_t{kPacked10BytesPerPair} * pairs;
     int p = 0;
-    // The step's last 16-byte store starts at byte 5p + 30.
-    for (; p + 8 <= pairs && 5 * std::size_t(p) + 46 <= writable; p += 8) {
-        const unsigned char* in = source + 4 * p;
-        unsigned char* out = destination + 5 * p;
-        const __m256i first = _mm256_slli_epi16(_mm256_cvtepu8_epi16(loadu128(in)), 2);
-        const __m256i second = _mm256_slli_epi16(_mm256_cvtepu8_epi16(loadu128(in + 16)), 2);
-        store_halves(out, out + 10, samples_to_pairs256(first));
-        store_halves(out + 20, out + 30, samples_to_pairs256(second));
+    for (; p + 8 <= pairs && 5 * std::size_t(p) + 46 <= writable; p += 8)
+        uyvy_to_packed10_step<LastAccess::Full>(source + 4 * p, destination + 5 * p);
+    if (p + 8 <= pairs) {
+        uyvy_to_packed10_step<LastAccess::Bounded>(source + 4 * p, destination + 5 * p);
+        p += 8;
     }
     kv_ycbcr422_uyvy_to_packed10_line_sse(source + 4 * p, destination + 5 * p, 2 * (pairs - p));
 }
 
-// Four groups (60 bytes) to four v210 groups (64 bytes) per step.
 CCNVT_TARGET_AVX2
 void kv_ycbcr422_packed10_to_v210_line_avx(const unsigned char* source, unsigned char* destination,
                                            int width) {
     if (width <= 0) return;
     const int groups = width / 6;
     const int rest = width - 6 * groups;
+    // The portable kernel reads a whole group for a partial one.
     const std::size_t readable = std::size_t{kPacked10BytesPerV210Group} * (groups + (rest != 0 ? 1 : 0));
     int g = 0;
-    // The step's last load (group g + 3) reads 16 bytes from byte 15g + 45.
-    for (; g + 4 <= groups && 15 * std::size_t(g) + 61 <= readable; g += 4) {
-        const unsigned char* in = source + 15 * g;
-        unsigned char* out = destination + 16 * g;
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), groups_to_v210(load_halves(in, in + 15)));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 32), groups_to_v210(load_halves(in + 30, in + 45)));
+    for (; g + 4 <= groups && 15 * std::size_t(g) + 61 <= readable; g += 4)
+        packed10_to_v210_step<LastAccess::Full>(source + 15 * g, destination + 16 * g);
+    if (g + 4 <= groups) {
+        packed10_to_v210_step<LastAccess::Bounded>(source + 15 * g, destination + 16 * g);
+        g += 4;
     }
     kv_ycbcr422_packed10_to_v210_line_sse(source + 15 * g, destination + 16 * g, width - 6 * g);
 }
 
-// Four v210 groups (64 bytes, six windows of eight samples) to 60 bytes of
-// packed10 per step, while a fifth group follows to take the spare bytes of
-// the last 16-byte store.
 CCNVT_TARGET_AVX2
 void kv_ycbcr422_v210_to_packed10_line_avx(const unsigned char* source, unsigned char* destination,
                                            int width) {
     if (width <= 0) return;
     const int groups = width / 6;
-    // Windows at bytes 0, 8 | 16, 32 | 40, 48 of the four groups.
-    const __m256i bytes01 = halves(kV210Window0Bytes, kV210Window1Bytes);
-    const __m256i scale01 = halves(kV210Window0Scale, kV210Window1Scale);
-    const __m256i bytes20 = halves(kV210Window2Bytes, kV210Window0Bytes);
-    const __m256i scale20 = halves(kV210Window2Scale, kV210Window0Scale);
-    const __m256i bytes12 = halves(kV210Window1Bytes, kV210Window2Bytes);
-    const __m256i scale12 = halves(kV210Window1Scale, kV210Window2Scale);
+    // The line's output runs to its last whole group (the pairs of a partial
+    // group follow in the portable kernel).
+    const std::size_t writable = std::size_t{kPacked10BytesPerV210Group} * groups;
     int g = 0;
-    for (; g + 5 <= groups; g += 4) {
-        const unsigned char* in = source + 16 * g;
-        unsigned char* out = destination + 15 * g;
-        store_halves(out, out + 10, samples_to_pairs256(samples(load_halves(in, in + 8), bytes01, scale01)));
-        store_halves(out + 20, out + 30,
-                     samples_to_pairs256(samples(load_halves(in + 16, in + 32), bytes20, scale20)));
-        store_halves(out + 40, out + 50,
-                     samples_to_pairs256(samples(load_halves(in + 40, in + 48), bytes12, scale12)));
+    for (; g + 4 <= groups && 15 * std::size_t(g) + 61 <= writable; g += 4)
+        v210_to_packed10_step<LastAccess::Full>(source + 16 * g, destination + 15 * g);
+    if (g + 4 <= groups) {
+        v210_to_packed10_step<LastAccess::Bounded>(source + 16 * g, destination + 15 * g);
+        g += 4;
     }
     kv_ycbcr422_v210_to_packed10_line_sse(source + 16 * g, destination + 15 * g, width - 6 * g);
 }

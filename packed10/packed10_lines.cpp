@@ -54,15 +54,16 @@ void kv_ycbcr422_packed10_to_v210_line_c(const unsigned char* source, unsigned c
 void kv_ycbcr422_v210_to_packed10_line_c(const unsigned char* source, unsigned char* destination,
                                          int width) {
     if (width <= 0) return;
-    // Pairs whose first pixel lies inside the width: whole groups, then the
-    // pairs of a last partial group.
-    const int pairs = width / 2 + width % 2;
-    for (int p = 0; p < pairs; ++p) {
-        const int pixel = 2 * p;
-        std::uint16_t samples[kPacked10SamplesPerPair];
-        v210_read_pair(source + kV210BytesPerGroup * static_cast<std::size_t>(pixel / 6),
-                       static_cast<std::uint32_t>(pixel % 6), samples);
-        packed10_write_pair(destination + kPacked10BytesPerPair * static_cast<std::size_t>(p), samples);
+    // Whole groups, then the pairs of a last partial group whose first pixel
+    // lies inside the width.
+    for (int first = 0; first < width; first += kV210PixelsPerGroup) {
+        std::uint16_t samples[kV210SamplesPerGroup];
+        v210_read_group(source, samples);
+        for (int pixel = first; pixel < width && pixel < first + int{kV210PixelsPerGroup}; pixel += 2) {
+            packed10_write_pair(destination, samples + 2 * (pixel - first));
+            destination += kPacked10BytesPerPair;
+        }
+        source += kV210BytesPerGroup;
     }
 }
 

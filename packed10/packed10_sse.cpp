@@ -14,18 +14,6 @@
 using namespace cconvert::detail;
 using namespace cconvert::detail::packed10_vector;
 
-namespace {
-
-// Loads 16 bytes at offset, or only the readable ones when a full load would
-// pass readable_end.
-CCNVT_TARGET_SSE
-inline __m128i load_within(const unsigned char* line, std::size_t offset, std::size_t readable_end) {
-    if (offset + 16 <= readable_end) return loadu128(line + offset);
-    return load_partial128(line + offset, readable_end - offset);
-}
-
-}  // namespace
-
 // packed10 to 2vuy. Block: 4 pixels (two pairs, 10 of 16 loaded bytes) to 8
 // bytes. Used when width > 5, for ((P - 3) >> 1) + 1 blocks of the P =
 // width / 2 pairs; the P - 2 * blocks pairs left go to the portable kernel.
@@ -69,11 +57,10 @@ void kv_ycbcr422_uyvy_to_packed10_line_sse(const unsigned char* source, unsigned
     const int pairs = width / 2;
     const int blocks = ((pairs - 5) >> 2) + 1;
     const std::size_t writable = std::size_t{kPacked10BytesPerPair} * pairs;
-    const __m128i zero = _mm_setzero_si128();
     for (int b = 0; b < blocks; ++b) {
         const __m128i in = loadu128(source + 16 * b);
-        const __m128i low = samples_to_pairs(_mm_slli_epi16(_mm_unpacklo_epi8(in, zero), 2));
-        const __m128i high = samples_to_pairs(_mm_slli_epi16(_mm_unpackhi_epi8(in, zero), 2));
+        const __m128i low = uyvy_to_pairs(in, kUyvyPairsToLanes);
+        const __m128i high = uyvy_to_pairs(in, kUyvyUpperPairsToLanes);
         unsigned char* out = destination + 20 * b;
         // Each 16-byte store carries 10 bytes; the spare ones are overwritten
         // by the next store, or not stored at the end of the line.
@@ -108,9 +95,7 @@ void kv_ycbcr422_packed10_to_v210_line_sse(const unsigned char* source, unsigned
 
 // v210 to packed10. Block: one group, 16 bytes in, 15 out. Used when
 // width > 5 for width / 6 groups; the width - 6 * groups pixels left go to
-// the portable kernel. Two groups (32 bytes, three windows of eight samples)
-// are taken per step while a following group's bytes can take the spare
-// bytes of the 16-byte stores.
+// the portable kernel.
 CCNVT_TARGET_SSE
 void kv_ycbcr422_v210_to_packed10_line_sse(const unsigned char* source, unsigned char* destination,
                                            int width) {
@@ -120,24 +105,11 @@ void kv_ycbcr422_v210_to_packed10_line_sse(const unsigned char* source, unsigned
     }
     const int groups = width / 6;
     const int rest = width - 6 * groups;
-    int g = 0;
-    for (; g + 3 <= groups; g += 2) {
-        const unsigned char* in = source + 16 * g;
-        unsigned char* out = destination + 15 * g;
-        storeu128(out, samples_to_pairs(v210_window_samples(loadu128(in), kV210Window0Bytes,
-                                                            kV210Window0Scale)));
-        storeu128(out + 10, samples_to_pairs(v210_window_samples(loadu128(in + 8), kV210Window1Bytes,
-                                                                 kV210Window1Scale)));
-        storeu128(out + 20, samples_to_pairs(v210_window_samples(loadu128(in + 16), kV210Window2Bytes,
-                                                                 kV210Window2Scale)));
-    }
-    for (; g < groups; ++g) {
-        const __m128i in = loadu128(source + 16 * g);
-        const __m128i first = samples_to_pairs(v210_window_samples(in, kV210Window0Bytes, kV210Window0Scale));
-        const __m128i last = samples_to_pairs(v210_window_samples(in, kV210GroupTailBytes, kV210Window1Scale));
-        const __m128i group = _mm_or_si128(first, _mm_slli_si128(last, 10));
-        store_partial128(destination + 15 * g, group, 15);
-    }
+    const std::size_t writable = std::size_t{kPacked10BytesPerV210Group} * groups;
+    // Each 16-byte store carries 15 bytes; the next group's store covers the
+    // spare one, and the last group's store stops at its 15.
+    for (int g = 0; g < groups; ++g)
+        store_within(destination, 15 * std::size_t(g), v210_group_to_pairs(loadu128(source + 16 * g)), writable);
     kv_ycbcr422_v210_to_packed10_line_c(source + 16 * groups, destination + 15 * groups, rest);
 }
 

@@ -20,55 +20,14 @@
 #include "cconvert/packed10.h"
 #include "kvutil.h"
 #include "support/test_support.h"
+#include "tests/packed10_model.h"
 
 using cconvert::test::GuardedBuffer;
 using cconvert::test::ScopedCpuFeatures;
 
 namespace {
 
-// ---- an independent model: packed10 is a most-significant-bit-first stream
-// of 10-bit samples in 2vuy order; v210 packs three samples per word ----
-
-std::vector<unsigned char> pack_stream(const std::vector<std::uint16_t>& samples) {
-    std::vector<unsigned char> bytes((samples.size() * 10 + 7) / 8, 0);
-    std::size_t bit = 0;
-    for (std::uint16_t sample : samples)
-        for (int b = 9; b >= 0; --b, ++bit)
-            if ((sample >> b) & 1) bytes[bit / 8] |= static_cast<unsigned char>(0x80 >> (bit % 8));
-    return bytes;
-}
-
-std::vector<std::uint16_t> unpack_stream(const unsigned char* bytes, std::size_t count) {
-    std::vector<std::uint16_t> samples(count, 0);
-    for (std::size_t i = 0; i < count; ++i)
-        for (std::size_t b = 0; b < 10; ++b) {
-            const std::size_t bit = 10 * i + b;
-            samples[i] = static_cast<std::uint16_t>(samples[i] << 1 | ((bytes[bit / 8] >> (7 - bit % 8)) & 1));
-        }
-    return samples;
-}
-
-std::uint32_t word_at(const unsigned char* bytes, std::size_t index) {
-    std::uint32_t word;
-    std::memcpy(&word, bytes + 4 * index, 4);
-    return word;
-}
-
-std::vector<unsigned char> v210_from_samples(const std::vector<std::uint16_t>& samples) {
-    std::vector<unsigned char> bytes(samples.size() / 3 * 4);
-    for (std::size_t w = 0; w < samples.size() / 3; ++w) {
-        const std::uint32_t word = samples[3 * w] | samples[3 * w + 1] << 10 | samples[3 * w + 2] << 20;
-        std::memcpy(bytes.data() + 4 * w, &word, 4);
-    }
-    return bytes;
-}
-
-std::vector<std::uint16_t> samples_from_v210(const unsigned char* bytes, std::size_t groups) {
-    std::vector<std::uint16_t> samples;
-    for (std::size_t w = 0; w < 4 * groups; ++w)
-        for (int f = 0; f < 3; ++f) samples.push_back((word_at(bytes, w) >> (10 * f)) & 0x3FF);
-    return samples;
-}
+using namespace cconvert::test::model;
 
 std::size_t groups_of(int width) { return width > 0 ? (width + 5) / 6 : 0; }
 std::size_t ceil_pairs(int width) { return width > 0 ? (width + 1) / 2 : 0; }

@@ -12,9 +12,12 @@
 
 #include "cconvert/packed10.h"
 #include "support/test_support.h"
+#include "tests/packed10_model.h"
 
 using cconvert::test::GuardedBuffer;
 using cconvert::test::ScopedCpuFeatures;
+
+using namespace cconvert::test::model;
 
 namespace {
 
@@ -22,30 +25,6 @@ constexpr std::size_t kSlot = 1395;
 
 std::uint32_t be16(const unsigned char* p) { return static_cast<std::uint32_t>(p[0] << 8 | p[1]); }
 std::uint32_t be32(const unsigned char* p) { return be16(p) << 16 | be16(p + 2); }
-
-std::uint32_t word_at(const unsigned char* bytes, std::size_t index) {
-    std::uint32_t word;
-    std::memcpy(&word, bytes + 4 * index, 4);
-    return word;
-}
-
-// ---- independent models ----
-
-std::vector<unsigned char> pack_stream(const std::vector<std::uint16_t>& samples) {
-    std::vector<unsigned char> bytes((samples.size() * 10 + 7) / 8, 0);
-    std::size_t bit = 0;
-    for (std::uint16_t sample : samples)
-        for (int b = 9; b >= 0; --b, ++bit)
-            if ((sample >> b) & 1) bytes[bit / 8] |= static_cast<unsigned char>(0x80 >> (bit % 8));
-    return bytes;
-}
-
-// Sample s (stream order: Cb0 Y0 Cr0 Y1 ...) of a v210 line.
-std::uint16_t v210_sample(const unsigned char* line, std::size_t s) {
-    return static_cast<std::uint16_t>((word_at(line, s / 3) >> (10 * (s % 3))) & 0x3FF);
-}
-
-std::size_t v210_pitch(std::size_t width) { return 128 * ((width + 47) / 48); }
 
 // The 1375 payload bytes of the segment of `pixels` pixels at `offset`.
 std::vector<unsigned char> expected_payload(const unsigned char* line, std::size_t offset, std::size_t pixels) {

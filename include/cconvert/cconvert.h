@@ -7,6 +7,7 @@
 #include "csputils.h"
 #include "geometry.h"
 #include "hdr.h"
+#include "packed10.h"
 #include "planar.h"
 #include "rgb.h"
 #include "ycbcr422.h"

@@ -137,6 +137,25 @@ expect_ok "bars as 2vuy" "$tool" bars bars.2vuy --format 2vuy --size 1280x720
 [ "$(stat -c %s bars.2vuy)" -eq $((1280 * 720 * 2)) ] || fail "2vuy bars size"
 expect_error "bars in a format without a route" "cannot convert v210 to nv12" "$tool" bars out --format nv12 --size 1920x1080
 
+# ---- RTP in pcap captures ----
+expect_ok "RTP pack" "$tool" rtp pack bars.v210 bars.pcap --size 1920x1080
+expect_ok "RTP unpack" "$tool" rtp unpack bars.pcap bars-back.v210 --size 1920x1080
+cmp -s bars.v210 bars-back.v210 || fail "v210 -> RTP -> v210 changed the bars"
+[ "$(python3 -c "import sys; d=open(sys.argv[1],'rb').read(); print(len(d))" bars.pcap)" -gt 0 ] || fail "empty capture"
+# 1280 pixels: segments end inside v210 groups; compare the pictures as 2vuy.
+head -c $((1280 * 720 * 2)) /dev/urandom > hd720.2vuy
+expect_ok "720p to v210" "$tool" convert hd720.2vuy hd720.v210 --from 2vuy --to v210 --size 1280x720
+expect_ok "720p strict pack" "$tool" rtp pack hd720.v210 hd720.pcap --size 1280x720 --strict --rate 50
+expect_ok "720p unpack" "$tool" rtp unpack hd720.pcap hd720-back.v210 --size 1280x720
+expect_ok "720p back to 2vuy" "$tool" convert hd720-back.v210 hd720-back.2vuy --from v210 --to 2vuy --size 1280x720
+cmp -s hd720.2vuy hd720-back.2vuy || fail "720p through RTP changed the picture"
+head -c 5000 bars.pcap > truncated.pcap
+expect_error "truncated capture" "truncated" "$tool" rtp unpack truncated.pcap out --size 1920x1080
+expect_error "not a capture" "cannot read the capture 'small.rgb24'" "$tool" rtp unpack small.rgb24 out --size 1920x1080
+expect_error "segments outside the size" "lies outside a 1280x720 frame" "$tool" rtp unpack bars.pcap out --size 1280x720
+expect_error "bad rate" "the rate '0/1'" "$tool" rtp pack bars.v210 out --size 1920x1080 --rate 0/1
+expect_error "bad destination" "is not ADDRESS:PORT" "$tool" rtp pack bars.v210 out --size 1920x1080 --dest 1.2.3:4
+
 # ---- bad input ----
 expect_error "unknown format" "unknown format 'v211'" "$tool" convert frames.2vuy out --from 2vuy --to v211 --size 1920x1080
 expect_error "no route" "cannot convert v210 to nv12" "$tool" convert frames.v210 out --from v210 --to nv12 --size 1920x1080

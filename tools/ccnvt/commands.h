@@ -20,7 +20,22 @@ struct BarsOptions {
     std::size_t frames = 1;
 };
 
+struct RtpPackOptions {
+    std::string input, output, size;
+    std::size_t frames = 0;  // 0: all
+    std::string destination = "239.1.1.1:5004";
+    unsigned int ssrc = 0x43435654;  // "CCVT"
+    std::string rate = "30000/1001";
+    bool strict = false;
+};
+
+struct RtpUnpackOptions {
+    std::string input, output, size;
+};
+
 void run_formats();
+void run_rtp_pack(const RtpPackOptions& options);
+void run_rtp_unpack(const RtpUnpackOptions& options);
 void run_bars(const BarsOptions& options);
 void run_convert(const ConvertOptions& options);
 // A PNG of the first frame (output must end in .png).

@@ -35,6 +35,26 @@ int main(int argc, char** argv) {
     preview_command->add_option("--pitch", preview.pitch, "bytes between input rows (packed formats)");
     preview_command->callback([&] { ccnvt::run_preview(preview); });
 
+    CLI::App* rtp_command = app.add_subcommand("rtp", "ST 2110-20 RTP packets in pcap captures");
+    rtp_command->require_subcommand(1);
+    ccnvt::RtpPackOptions pack;
+    CLI::App* pack_command = rtp_command->add_subcommand("pack", "v210 frames to RTP packets in a pcap file");
+    pack_command->add_option("input", pack.input, "v210 file")->required();
+    pack_command->add_option("output", pack.output, "pcap file")->required();
+    pack_command->add_option("--size", pack.size, "frame size, WIDTHxHEIGHT")->required();
+    pack_command->add_option("--frames", pack.frames, "frames to send (default: all)");
+    pack_command->add_option("--dest", pack.destination, "destination ADDRESS:PORT (default 239.1.1.1:5004)");
+    pack_command->add_option("--ssrc", pack.ssrc, "RTP synchronisation source");
+    pack_command->add_option("--rate", pack.rate, "frame rate, FRAMES or FRAMES/SECONDS (default 30000/1001)");
+    pack_command->add_flag("--strict", pack.strict, "clear the RTP extension bit (no extension follows)");
+    pack_command->callback([&] { ccnvt::run_rtp_pack(pack); });
+    ccnvt::RtpUnpackOptions unpack;
+    CLI::App* unpack_command = rtp_command->add_subcommand("unpack", "RTP packets in a pcap file to v210 frames");
+    unpack_command->add_option("input", unpack.input, "pcap file")->required();
+    unpack_command->add_option("output", unpack.output, "v210 file")->required();
+    unpack_command->add_option("--size", unpack.size, "frame size, WIDTHxHEIGHT")->required();
+    unpack_command->callback([&] { ccnvt::run_rtp_unpack(unpack); });
+
     ccnvt::BarsOptions bars;
     CLI::App* bars_command = app.add_subcommand("bars", "write 75% colour bars (RP 219 at HD, EBU at SD)");
     bars_command->add_option("output", bars.output, "output file")->required();

@@ -47,7 +47,8 @@ bool read_png_file(std::FILE* file, PngImage* image, PngMessage* message) {
         std::snprintf(message->text, sizeof message->text, "out of memory");
         return false;
     }
-    png_bytep* rows = nullptr;
+    // Assigned after setjmp and read after a jump: it must be volatile.
+    png_bytep* volatile rows = nullptr;
     if (setjmp(png_jmpbuf(png))) {
         delete[] rows;
         png_destroy_read_struct(&png, &info, nullptr);

@@ -80,6 +80,20 @@ TEST_P(Packed10Frames, V210ToPackedReturnsTheBytesWritten) {
             }
 }
 
+TEST(Packed10FramesBySize, AnOddWidthWritesThreeBytesPastEachRow) {
+    // Width 7: rows 17 bytes apart (7 * 20 / 8), four pairs (20 bytes) each.
+    const auto v210 = cconvert::test::random_bytes(256 * 2, 7);
+    GuardedBuffer packed(17 + 20, 0x5A);
+    EXPECT_EQ(ccnvt_v210_to_YCbCr10Packed(packed.data(), v210.data(), 7, 2, 256, 0), 34u);
+    const auto row1 = pack_stream([&] {
+        auto samples = samples_from_v210(v210.data() + 256, 2);
+        samples.resize(16);
+        return samples;
+    }());
+    EXPECT_EQ(0, std::memcmp(packed.data() + 17, row1.data(), 20));
+    EXPECT_TRUE(packed.guards_intact());
+}
+
 TEST(Packed10FramesBySize, V210To1080pPackedReturns5184000) {
     std::vector<unsigned char> v210(5120 * 1080, 0), packed(4800 * 1080);
     EXPECT_EQ(ccnvt_v210_to_YCbCr10Packed(packed.data(), v210.data(), 1920, 1080, 0, 0), 5184000u);

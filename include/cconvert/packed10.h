@@ -41,15 +41,22 @@ CCNVT_C_BEGIN
  * 1, 3, 5, ... of the interleaved frame and the rest the even lines 0, 2, 4.
  */
 
-/* packed10 to v210 over the whole frame (kv driver ccnvt_ycbcr422_packed10_to_v210
- * with source pitch width * 20 / 8, first row 0, end row height). Each row
- * writes whole v210 groups (a partial last group is written whole). Returns 0. */
+/* packed10 to v210 over the whole frame: the driver
+ * ccnvt_ycbcr422_packed10_to_v210 with source pitch width * 20 / 8, rows 0 to
+ * height. Each row is read and written in whole v210 groups: when width is
+ * not a multiple of 6 a row's last group reads up to 13 bytes past
+ * width * 20 / 8 (into the next row, or past the frame for the last row).
+ * Returns 0. */
 CCNVT_EXPORT int ccnvt_YCbCr10Packed_to_v210(unsigned char* destination, const unsigned char* source,
                                              unsigned int width, unsigned int height, int interlaced);
 
-/* v210 to packed10 over the whole frame. source_pitch 0 means the default v210
- * row above. Returns width * 20 / 8 * height (32-bit unsigned), the bytes of
- * the packed10 frame. */
+/* v210 to packed10 over the whole frame: the driver
+ * ccnvt_ycbcr422_v210_to_packed10 with destination pitch width * 20 / 8.
+ * source_pitch 0 means the default v210 row above. Each row writes
+ * ceil(width / 2) pairs, so for an odd width 3 bytes past width * 20 / 8
+ * (the next row overwrites them; the last row's land past the frame).
+ * Returns width * 20 / 8 * height (32-bit unsigned), the bytes of the
+ * packed10 frame. */
 CCNVT_EXPORT unsigned int ccnvt_v210_to_YCbCr10Packed(unsigned char* destination,
                                                       const unsigned char* source, unsigned int width,
                                                       unsigned int height, unsigned int source_pitch,

@@ -136,14 +136,17 @@ void run_convert(const ConvertOptions& options) {
 
     OutputFile output(options.output);
     Progress progress(frames);
-    const std::size_t batch = static_cast<std::size_t>(options.threads);
+    // Banded drivers split each frame among the threads; other routes
+    // convert whole frames side by side.
+    const bool banded = route_is_banded(route);
+    const std::size_t batch = banded ? 1 : static_cast<std::size_t>(options.threads);
     std::vector<Frame> converted(batch);
     for (std::size_t first = 0; first < frames; first += batch) {
         const std::size_t count = std::min(batch, frames - first);
         auto convert_one = [&](std::size_t k) {
             const Frame in = frame_from_pitched(from, size.width, size.height,
                                                 input.data() + (first + k) * in_frame, options.pitch);
-            converted[k] = run_route(in, route);
+            converted[k] = run_route(in, route, banded ? options.threads : 1);
         };
         if (count == 1) {
             convert_one(0);

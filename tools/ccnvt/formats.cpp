@@ -13,12 +13,13 @@ namespace {
 
 std::size_t tight(std::size_t row_pitch, std::size_t row) { return row_pitch != 0 ? row_pitch : row; }
 
-template <std::size_t kBytesPerPixel>
-std::size_t packed_row(std::uint32_t width) { return kBytesPerPixel * std::size_t{width}; }
+// kBytes bytes for every kPixels pixels.
+template <std::size_t kBytes, std::size_t kPixels = 1>
+std::size_t packed_row(std::uint32_t width) { return kBytes * std::size_t{width} / kPixels; }
 
-template <std::size_t kBytesPerPixel>
+template <std::size_t kBytes, std::size_t kPixels = 1>
 std::size_t packed_frame(std::uint32_t width, std::uint32_t height, std::size_t row_pitch) {
-    return tight(row_pitch, kBytesPerPixel * std::size_t{width}) * height;
+    return tight(row_pitch, packed_row<kBytes, kPixels>(width)) * height;
 }
 
 std::size_t v210_frame(std::uint32_t width, std::uint32_t height, std::size_t row_pitch) {
@@ -60,6 +61,9 @@ const std::vector<Format>& all_formats() {
          planar420_frame<2>},
         {"y210", {}, "10-bit 4:2:2 in 16-bit words Y0 Cb Y1 Cr (value in the high bits)", 2, 1, packed_row<4>,
          packed_frame<4>},
+        {"packed10", {"ycbcr10packed"},
+         "10-bit 4:2:2, two pixels in five bytes, Cb Y0 Cr Y1 most significant bit first (ST 2110-20)", 2, 1,
+         packed_row<5, 2>, packed_frame<5, 2>},
         {"rgba32", {"rgb32"}, "8-bit RGB with alpha, bytes B G R A (the value 0xAARRGGBB)", 1, 1, packed_row<4>,
          packed_frame<4>},
         {"bgra32", {}, "8-bit RGB with alpha, bytes R G B A", 1, 1, packed_row<4>, packed_frame<4>},

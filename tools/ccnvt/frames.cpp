@@ -1,6 +1,8 @@
 #include "frames.h"
 
+#include <algorithm>
 #include <cstring>
+#include <thread>
 #include <deque>
 #include <map>
 
@@ -22,14 +24,14 @@ std::size_t luma(const Frame& frame) { return std::size_t{frame.width} * frame.h
 const unsigned short* words(const Frame& frame) { return reinterpret_cast<const unsigned short*>(frame.data()); }
 unsigned short* words(Frame& frame) { return reinterpret_cast<unsigned short*>(frame.data()); }
 
-void uyvy_to_v210(const Frame& in, Frame& out) {
+void uyvy_to_v210(const Frame& in, Frame& out, int) {
     ccnvt_2vuy_v210(out.data(), in.data(), in.width, in.height, v210_pitch(out));
 }
-void v210_to_uyvy(const Frame& in, Frame& out) {
+void v210_to_uyvy(const Frame& in, Frame& out, int) {
     ccnvt_v210_2vuy(out.data(), in.data(), in.width, in.height, v210_pitch(in));
 }
-void uyvy_to_i420(const Frame& in, Frame& out) { ccnvt_2vuy_i420(out.data(), in.data(), in.width, in.height, 0); }
-void uyvy_to_yv12(const Frame& in, Frame& out) { ccnvt_2vuy_yv12(out.data(), in.data(), in.width, in.height, 0); }
+void uyvy_to_i420(const Frame& in, Frame& out, int) { ccnvt_2vuy_i420(out.data(), in.data(), in.width, in.height, 0); }
+void uyvy_to_yv12(const Frame& in, Frame& out, int) { ccnvt_2vuy_yv12(out.data(), in.data(), in.width, in.height, 0); }
 void yuy2_to_planes(const Frame& in, Frame& out, bool cb_first) {
     const std::size_t y = luma(in);
     unsigned char* first = at(out, y);
@@ -38,30 +40,30 @@ void yuy2_to_planes(const Frame& in, Frame& out, bool cb_first) {
                cb_first ? second : first, static_cast<int>(in.width), static_cast<int>(in.height),
                static_cast<int>(in.width), static_cast<int>(in.width));
 }
-void yuy2_to_i420(const Frame& in, Frame& out) { yuy2_to_planes(in, out, true); }
-void yuy2_to_yv12(const Frame& in, Frame& out) { yuy2_to_planes(in, out, false); }
-void nv12_to_uyvy(const Frame& in, Frame& out) {
+void yuy2_to_i420(const Frame& in, Frame& out, int) { yuy2_to_planes(in, out, true); }
+void yuy2_to_yv12(const Frame& in, Frame& out, int) { yuy2_to_planes(in, out, false); }
+void nv12_to_uyvy(const Frame& in, Frame& out, int) {
     cycbcr_NV12_to_uyvy(out.data(), in.data(), in.width, in.height, 2 * in.width);
 }
-void nv12_to_v210(const Frame& in, Frame& out) {
+void nv12_to_v210(const Frame& in, Frame& out, int) {
     cycbcr_NV12_to_v210(out.data(), in.data(), in.width, in.height, v210_pitch(out));
 }
-void nv10_to_uyvy(const Frame& in, Frame& out) {
+void nv10_to_uyvy(const Frame& in, Frame& out, int) {
     cycbcr_NV10_to_uyvy(out.data(), words(in), in.width, in.height, 2 * in.width);
 }
-void p10_to_nv12p16(const Frame& in, Frame& out) {
+void p10_to_nv12p16(const Frame& in, Frame& out, int) {
     cycbcr_420p10_to_NV12p16(words(out), words(in), static_cast<unsigned int>(luma(in) * 3));
 }
-void p12_to_nv12p16(const Frame& in, Frame& out) {
+void p12_to_nv12p16(const Frame& in, Frame& out, int) {
     cycbcr_420p12_to_NV12p16(words(out), words(in), static_cast<unsigned int>(luma(in) * 3));
 }
-void p16_to_nv12p16(const Frame& in, Frame& out) {
+void p16_to_nv12p16(const Frame& in, Frame& out, int) {
     cycbcr_420p16_to_NV12p16(words(out), words(in), static_cast<unsigned int>(luma(in) * 3));
 }
-void y210_to_v210(const Frame& in, Frame& out) {
+void y210_to_v210(const Frame& in, Frame& out, int) {
     ccnvt_Y210_to_v210(out.data(), in.data(), v210_pitch(out), 4 * in.width, in.width, in.height);
 }
-void y210_to_yuy2(const Frame& in, Frame& out) {
+void y210_to_yuy2(const Frame& in, Frame& out, int) {
     // The library keeps Y210's own order: Y0 Cb Y1 Cr, which is YUY2.
     ccnvt_Y210_to_uyvy(out.data(), in.data(), 2 * in.width, 4 * in.width, in.width, in.height);
 }
@@ -70,23 +72,63 @@ long row_of(const Frame& frame) { return static_cast<long>(frame.format->row_byt
 long w(const Frame& frame) { return frame.width; }
 long h(const Frame& frame) { return frame.height; }
 
-void rgba32_to_rgb24(const Frame& in, Frame& out) {
+void rgba32_to_rgb24(const Frame& in, Frame& out, int) {
     ccnvt_rgba32_rgb24_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
 }
-void rgb24_to_rgba32(const Frame& in, Frame& out) {
+void rgb24_to_rgba32(const Frame& in, Frame& out, int) {
     ccnvt_rgb24_rgba32_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
 }
-void swap_red_blue(const Frame& in, Frame& out) {  // rgba32 <-> bgra32: the same exchange both ways
+void swap_red_blue(const Frame& in, Frame& out, int) {  // rgba32 <-> bgra32: the same exchange both ways
     ccnvt_rgba32_bgra32_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
 }
-void rgba32_to_rgb16(const Frame& in, Frame& out) {
+void rgba32_to_rgb16(const Frame& in, Frame& out, int) {
     ccnvt_rgba32_rgb16(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
 }
-void rgb16_to_rgba32(const Frame& in, Frame& out) {
+void rgb16_to_rgba32(const Frame& in, Frame& out, int) {
     ccnvt_rgb16_rgba32_inplace(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
 }
-void rgba32_to_rgb565(const Frame& in, Frame& out) {
+void rgba32_to_rgb565(const Frame& in, Frame& out, int) {
     ccnvt_rgba32_rgb16_565(out.data(), row_of(out), const_cast<unsigned char*>(in.data()), row_of(in), w(in), h(in));
+}
+
+// Runs convert(first_row, end_row) over bands of the frame's rows, one band
+// per thread.
+template <class Convert>
+void in_bands(const Frame& frame, int threads, Convert convert) {
+    const int rows = static_cast<int>(frame.height);
+    const int bands = std::max(1, std::min(threads, rows));
+    if (bands == 1) return convert(0, rows);
+    std::vector<std::thread> workers;
+    for (int b = 0; b < bands; ++b)
+        workers.emplace_back(convert, rows * b / bands, rows * (b + 1) / bands);
+    for (auto& worker : workers) worker.join();
+}
+
+int pitch_of(const Frame& frame) { return static_cast<int>(frame.format->row_bytes(frame.width)); }
+unsigned char* bytes_of(const Frame& frame) { return const_cast<unsigned char*>(frame.data()); }
+int width_of(const Frame& frame) { return static_cast<int>(frame.width); }
+
+void packed10_to_uyvy(const Frame& in, Frame& out, int threads) {
+    in_bands(in, threads, [&](int first, int end) {
+        kv_ycbcr422_packed10_to_uyvy(bytes_of(in), pitch_of(in), width_of(in), first, end, out.data(), pitch_of(out));
+    });
+}
+void uyvy_to_packed10(const Frame& in, Frame& out, int threads) {
+    in_bands(in, threads, [&](int first, int end) {
+        kv_ycbcr422_uyvy_to_packed10(bytes_of(in), pitch_of(in), width_of(in), first, end, out.data(), pitch_of(out));
+    });
+}
+void packed10_to_v210(const Frame& in, Frame& out, int threads) {
+    in_bands(in, threads, [&](int first, int end) {
+        ccnvt_ycbcr422_packed10_to_v210(bytes_of(in), pitch_of(in), width_of(in), first, end,
+                                        static_cast<int>(in.height), out.data(), pitch_of(out), false);
+    });
+}
+void v210_to_packed10(const Frame& in, Frame& out, int threads) {
+    in_bands(in, threads, [&](int first, int end) {
+        ccnvt_ycbcr422_v210_to_packed10(bytes_of(in), pitch_of(in), width_of(in), first, end,
+                                        static_cast<int>(in.height), out.data(), pitch_of(out), false);
+    });
 }
 
 }  // namespace
@@ -123,6 +165,10 @@ const std::vector<Step>& conversion_steps() {
         {"rgba32", "rgb16", "ccnvt_rgba32_rgb16", rgba32_to_rgb16},
         {"rgb16", "rgba32", "ccnvt_rgb16_rgba32_inplace", rgb16_to_rgba32},
         {"rgba32", "rgb565", "ccnvt_rgba32_rgb16_565", rgba32_to_rgb565},
+        {"packed10", "2vuy", "kv_ycbcr422_packed10_to_uyvy", packed10_to_uyvy, true},
+        {"2vuy", "packed10", "kv_ycbcr422_uyvy_to_packed10", uyvy_to_packed10, true},
+        {"packed10", "v210", "ccnvt_ycbcr422_packed10_to_v210", packed10_to_v210, true},
+        {"v210", "packed10", "ccnvt_ycbcr422_v210_to_packed10", v210_to_packed10, true},
     };
     return steps;
 }
@@ -160,11 +206,15 @@ std::string describe_route(const std::vector<const Step*>& route) {
     return text;
 }
 
-Frame run_route(const Frame& in, const std::vector<const Step*>& route) {
+bool route_is_banded(const std::vector<const Step*>& route) {
+    return std::any_of(route.begin(), route.end(), [](const Step* step) { return step->banded; });
+}
+
+Frame run_route(const Frame& in, const std::vector<const Step*>& route, int threads) {
     Frame current = in;
     for (const Step* step : route) {
         Frame next = make_frame(format_named(step->to), in.width, in.height);
-        step->run(current, next);
+        step->run(current, next, threads);
         current = std::move(next);
     }
     return current;

@@ -31,7 +31,10 @@ struct Step {
     const char* from;
     const char* to;
     const char* entry_point;  // the library call, for -v
-    void (*run)(const Frame& in, Frame& out);
+    // Converts in to out; steps that take bands of rows split the frame
+    // among `threads` threads, the others ignore it.
+    void (*run)(const Frame& in, Frame& out, int threads);
+    bool banded = false;
 };
 
 const std::vector<Step>& conversion_steps();
@@ -43,7 +46,11 @@ std::vector<const Step*> plan_route(const Format& from, const Format& to);
 // "2vuy -> v210 (ccnvt_2vuy_v210)" and so on.
 std::string describe_route(const std::vector<const Step*>& route);
 
-Frame run_route(const Frame& in, const std::vector<const Step*>& route);
+// Runs the steps; banded steps use `threads` threads on the frame.
+Frame run_route(const Frame& in, const std::vector<const Step*>& route, int threads = 1);
+
+// True when a step of the route converts bands of rows.
+bool route_is_banded(const std::vector<const Step*>& route);
 
 // A frame from rows row_pitch bytes apart (row_pitch 0: tight), for packed
 // formats; the rows are brought together with the library's pitch copy.

@@ -164,6 +164,11 @@ expect_error "segments outside the size" "lies outside a 1280x720 frame" "$tool"
 expect_error "bad rate" "the rate '0/1'" "$tool" rtp pack bars.v210 out --size 1920x1080 --rate 0/1
 expect_error "bad destination" "is not ADDRESS:PORT" "$tool" rtp pack bars.v210 out --size 1920x1080 --dest 1.2.3:4
 
+# ---- bench ----
+"$tool" bench --filter 'BM_v210_to_2vuy' --seconds 0.01 > bench.txt 2> stderr.txt || fail "bench: $(cat stderr.txt)"
+grep -q '^v210_to_2vuy ' bench.txt || fail "bench printed no v210_to_2vuy row: $(cat bench.txt)"
+expect_error "bench that matches nothing" "no benchmark matches" "$tool" bench --filter nothing-like-this --seconds 0.01
+
 # ---- bad input ----
 expect_error "unknown format" "unknown format 'v211'" "$tool" convert frames.2vuy out --from 2vuy --to v211 --size 1920x1080
 expect_error "no route" "cannot convert v210 to nv12" "$tool" convert frames.v210 out --from v210 --to nv12 --size 1920x1080

@@ -33,7 +33,15 @@ struct RtpUnpackOptions {
     std::string input, output, size;
 };
 
+struct BenchOptions {
+    std::string size = "1920x1080";
+    std::string filter;  // a regular expression over the entry names
+    double seconds = 0.1;
+};
+
 void run_formats();
+// Throws UserError when this build has no benchmarks.
+void run_bench(const BenchOptions& options);
 void run_rtp_pack(const RtpPackOptions& options);
 void run_rtp_unpack(const RtpUnpackOptions& options);
 void run_bars(const BarsOptions& options);

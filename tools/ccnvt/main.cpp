@@ -55,6 +55,13 @@ int main(int argc, char** argv) {
     unpack_command->add_option("--size", unpack.size, "frame size, WIDTHxHEIGHT")->required();
     unpack_command->callback([&] { ccnvt::run_rtp_unpack(unpack); });
 
+    ccnvt::BenchOptions bench;
+    CLI::App* bench_command = app.add_subcommand("bench", "measure the conversions beside libyuv, FFmpeg and memcpy");
+    bench_command->add_option("--size", bench.size, "frame size, WIDTHxHEIGHT (default 1920x1080; 3840x2160 also)");
+    bench_command->add_option("--filter", bench.filter, "regular expression over the operation names");
+    bench_command->add_option("--seconds", bench.seconds, "least time per measurement (default 0.1)");
+    bench_command->callback([&] { ccnvt::run_bench(bench); });
+
     ccnvt::BarsOptions bars;
     CLI::App* bars_command = app.add_subcommand("bars", "write 75% colour bars (RP 219 at HD, EBU at SD)");
     bars_command->add_option("output", bars.output, "output file")->required();

@@ -164,6 +164,13 @@ expect_error "segments outside the size" "lies outside a 1280x720 frame" "$tool"
 expect_error "bad rate" "the rate '0/1'" "$tool" rtp pack bars.v210 out --size 1920x1080 --rate 0/1
 expect_error "bad destination" "is not ADDRESS:PORT" "$tool" rtp pack bars.v210 out --size 1920x1080 --dest 1.2.3:4
 
+# ---- demo ----
+"$tool" demo --out demo-out > demo.txt 2> stderr.txt || fail "demo: $(cat stderr.txt) $(cat demo.txt)"
+grep -q FAILED demo.txt && fail "a demo step failed: $(cat demo.txt)"
+for file in bars.v210 bars.2vuy bars.pcap; do
+    [ -s "demo-out/$file" ] || fail "the demo did not write $file"
+done
+
 # ---- bench ----
 "$tool" bench --filter 'BM_v210_to_2vuy' --seconds 0.01 > bench.txt 2> stderr.txt || fail "bench: $(cat stderr.txt)"
 grep -q '^v210_to_2vuy ' bench.txt || fail "bench printed no v210_to_2vuy row: $(cat bench.txt)"

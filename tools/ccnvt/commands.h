@@ -31,6 +31,7 @@ struct RtpPackOptions {
 
 struct RtpUnpackOptions {
     std::string input, output, size;
+    bool quiet = false;  // no summary line on stderr
 };
 
 struct BenchOptions {
@@ -39,7 +40,12 @@ struct BenchOptions {
     double seconds = 0.1;
 };
 
+struct DemoOptions {
+    std::string folder = "ccnvt-demo";
+};
+
 void run_formats();
+void run_demo(const DemoOptions& options);
 // Throws UserError when this build has no benchmarks.
 void run_bench(const BenchOptions& options);
 void run_rtp_pack(const RtpPackOptions& options);

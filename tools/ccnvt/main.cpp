@@ -62,6 +62,11 @@ int main(int argc, char** argv) {
     bench_command->add_option("--seconds", bench.seconds, "least time per measurement (default 0.1)");
     bench_command->callback([&] { ccnvt::run_bench(bench); });
 
+    ccnvt::DemoOptions demo;
+    CLI::App* demo_command = app.add_subcommand("demo", "run bars through every family, verify, and write the results");
+    demo_command->add_option("--out", demo.folder, "folder for the pictures and the capture (default ./ccnvt-demo)");
+    demo_command->callback([&] { ccnvt::run_demo(demo); });
+
     ccnvt::BarsOptions bars;
     CLI::App* bars_command = app.add_subcommand("bars", "write 75% colour bars (RP 219 at HD, EBU at SD)");
     bars_command->add_option("output", bars.output, "output file")->required();

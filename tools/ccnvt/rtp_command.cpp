@@ -259,6 +259,7 @@ void run_rtp_unpack(const RtpUnpackOptions& options) {
     pcap_close(capture);
     if (frames == 0) throw UserError("'" + options.input + "' holds no complete frame (no packet with the marker)");
     output.commit();
+    if (options.quiet) return;
     std::fprintf(stderr, "ccnvt: %zu frame%s from %zu packets", frames, frames == 1 ? "" : "s", packet_number);
     if (lost) std::fprintf(stderr, ", %zu lost", lost);
     if (out_of_order) std::fprintf(stderr, ", %zu out of order", out_of_order);

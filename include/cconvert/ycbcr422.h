@@ -34,6 +34,47 @@ CCNVT_EXPORT void ccnvt_2vuy_v210(unsigned char* destination, const unsigned cha
 CCNVT_EXPORT void ccnvt_v210_2vuy(unsigned char* destination, const unsigned char* source,
                                   unsigned int width, unsigned int height, unsigned int pitch);
 
+/* ---- YUY2-ordered 8-bit 4:2:2 to 2vuy ----
+ * yuv2 (also yuvu): bytes Y0 Cb Y1 Cr, full-range luma, chroma two's
+ *   complement around 0.
+ * yuvs: bytes Y0 Cb Y1 Cr, full-range luma, chroma around 128.
+ * Both become studio-range 2vuy: luma y * 219 / 255 + 16, chroma (offset
+ * form, 0 counted as 1) (c - 1) * 224 / 254 + 16, integer arithmetic,
+ * truncating. The frame is one tight span of width * height pixels (no
+ * pitch); destination may equal source. */
+CCNVT_EXPORT void ccnvt_yuv2_2vuy(unsigned char* destination, const unsigned char* source,
+                                  unsigned int width, unsigned int height);
+CCNVT_EXPORT void ccnvt_yuvu_2vuy(unsigned char* destination, const unsigned char* source,
+                                  unsigned int width, unsigned int height);
+CCNVT_EXPORT void ccnvt_yuvs_2vuy(unsigned char* destination, const unsigned char* source,
+                                  unsigned int width, unsigned int height);
+
+/* ---- 8-bit 4:4:4 (bytes Y Cb Cr per pixel) and 2vuy ----
+ * Tight spans of width * height pixels. 4:4:4 to 2vuy keeps the chroma of
+ * the first pixel of each pair; 2vuy to 4:4:4 gives both pixels the pair's
+ * chroma. An odd pixel count converts a whole last pair (4:4:4 to 2vuy reads
+ * one byte past the source span; 2vuy to 4:4:4 writes three bytes past the
+ * destination span). */
+CCNVT_EXPORT void ccnvt_yuv444_yuv422_8(unsigned char* destination, const unsigned char* source,
+                                        unsigned int width, unsigned int height);
+CCNVT_EXPORT void ccnvt_yuv422_yuv444_8(unsigned char* destination, const unsigned char* source,
+                                        unsigned int width, unsigned int height);
+
+/* Subsampling changes among 4:1:1, 4:2:0 and 4:2:2: present for hosts that
+ * link them, they return at once without touching memory. */
+CCNVT_EXPORT void ccnvt_yuv411_yuv422_8(unsigned char* destination, unsigned char* source,
+                                        unsigned int width, unsigned int height, unsigned int pitch);
+CCNVT_EXPORT void ccnvt_yuv422_yuv411_8(unsigned char* destination, unsigned char* source,
+                                        unsigned int width, unsigned int height, unsigned int pitch);
+CCNVT_EXPORT void ccnvt_yuv420_yuv422_8(unsigned char* destination, unsigned char* source,
+                                        unsigned int width, unsigned int height, unsigned int pitch);
+CCNVT_EXPORT void ccnvt_yuv422_yuv420_8(unsigned char* destination, unsigned char* source,
+                                        unsigned int width, unsigned int height, unsigned int pitch);
+CCNVT_EXPORT void ccnvt_yuv420_yuv411_8(unsigned char* destination, unsigned char* source,
+                                        unsigned int width, unsigned int height, unsigned int pitch);
+CCNVT_EXPORT void ccnvt_yuv411_yuv420_8(unsigned char* destination, unsigned char* source,
+                                        unsigned int width, unsigned int height, unsigned int pitch);
+
 CCNVT_C_END
 
 #ifdef __cplusplus
@@ -52,6 +93,14 @@ CCNVT_EXPORT void ccnvt_yuv422_10_yuv422_8(unsigned char* destination, unsigned 
 
 /* Unpacks the v210 group at source into group; returns source + 4. */
 CCNVT_EXPORT unsigned int* _v210_get_next_4words(unsigned int* source, v210FourWords* group);
+
+/* Whole-span forms of ccnvt_yuv2_2vuy and ccnvt_yuvs_2vuy: source first,
+ * then destination and a pixel count (nothing is done below 1). */
+CCNVT_EXPORT void yuv2_to_2vuy(unsigned char* source, unsigned char* destination, int pixels);
+CCNVT_EXPORT void yuvs_to_2vuy(unsigned char* source, unsigned char* destination, int pixels);
+/* Despite their names these write 2vuy: the same as the two above. */
+CCNVT_EXPORT void yuv2_to_v210(unsigned char* source, unsigned char* destination, int pixels);
+CCNVT_EXPORT void yuvs_to_v210(unsigned char* source, unsigned char* destination, int pixels);
 
 #endif /* __cplusplus */
 

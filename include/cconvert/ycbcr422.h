@@ -75,6 +75,30 @@ CCNVT_EXPORT void ccnvt_yuv420_yuv411_8(unsigned char* destination, unsigned cha
 CCNVT_EXPORT void ccnvt_yuv411_yuv420_8(unsigned char* destination, unsigned char* source,
                                         unsigned int width, unsigned int height, unsigned int pitch);
 
+/* ---- RGB to 2vuy and v210 ----
+ * Per pixel in double precision with fixed coefficients, chroma of each pair
+ * filtered [1 2 1] / 4 with the second pixel of the previous pair (running
+ * on from the start of the call), results truncated toward zero.
+ *
+ * ccnvt_rgb32_2vuy: B G R A pixels to 2vuy, BT.601 studio range. Both
+ * pitches are ignored: the frame is one tight span of width * height pixels
+ * (bgra_to_2vuy(source, destination, width * height)).
+ *
+ * ccnvt_rgb32_v210: B G R A pixels to v210 on 10-bit offsets (64 and 512;
+ * 8-bit inputs span a quarter of the 10-bit range), BT.601 for widths up to
+ * 961, BT.709 above. Pitch 0 means width * 4 (source) and 128 * ceil(width /
+ * 48) (destination). Each row is converted in whole groups of six pixels. A
+ * single counter of converted pixels, six per group over the whole frame,
+ * stops the conversion once it reaches width * height: for widths that are
+ * not a multiple of 6 the last rows (and part of the row before) are left
+ * unwritten. */
+CCNVT_EXPORT void ccnvt_rgb32_2vuy(unsigned char* destination, long destination_pitch,
+                                   const unsigned char* source, long source_pitch, long width,
+                                   long height);
+CCNVT_EXPORT void ccnvt_rgb32_v210(unsigned char* destination, long destination_pitch,
+                                   const unsigned char* source, long source_pitch, long width,
+                                   long height);
+
 CCNVT_C_END
 
 #ifdef __cplusplus
@@ -101,6 +125,33 @@ CCNVT_EXPORT void yuvs_to_2vuy(unsigned char* source, unsigned char* destination
 /* Despite their names these write 2vuy: the same as the two above. */
 CCNVT_EXPORT void yuv2_to_v210(unsigned char* source, unsigned char* destination, int pixels);
 CCNVT_EXPORT void yuvs_to_v210(unsigned char* source, unsigned char* destination, int pixels);
+
+/* Whole-span RGB encoders: source first, then destination and a pixel count;
+ * a count below 1 does nothing (and returns the source unchanged where a
+ * pointer is returned). Those that return a pointer return the source just
+ * past the last pixel read.
+ *
+ * argb_to_2vuy, bgra_to_2vuy: A R G B / B G R A pixels, BT.601 studio range,
+ *   chroma filter starting at 128. ceil(count / 2) pairs: an odd count reads
+ *   one pixel past the span and writes a whole pair.
+ * hd_rgb_to_2vuy: BT.709 with full-range luma (white is Y 255); 0.5 is added
+ *   to each pixel's Y, Cb and Cr before truncation and filtering. order 0:
+ *   A R G B, else B G R A. Each result keeps its low 8 bits (fully saturated
+ *   blue or red gives chroma 256, stored as 0).
+ * argb_to_v210: v210 groups of six pixels (ceil(count / 6), whole groups).
+ *   four_byte_pixels 0: R G B pixels, else A R G B. Y is the 8-bit BT.601
+ *   studio luma times 4; Cb and Cr stay on the 8-bit scale (around 128) and
+ *   are rounded (+ 0.5) after filtering; the filter starts at 512, so the
+ *   first pair's chroma of a grey span is 224.
+ * bgra_to_v210: B G R A pixels to v210 groups on 10-bit offsets (64, 512),
+ *   BT.601, filter starting at 512. */
+CCNVT_EXPORT void argb_to_2vuy(unsigned char* source, unsigned char* destination, int pixels);
+CCNVT_EXPORT void bgra_to_2vuy(unsigned char* source, unsigned char* destination, int pixels);
+CCNVT_EXPORT unsigned char* hd_rgb_to_2vuy(unsigned char* source, unsigned char* destination,
+                                           int pixels, int order);
+CCNVT_EXPORT unsigned char* argb_to_v210(unsigned char* source, unsigned int* destination,
+                                         int pixels, int four_byte_pixels);
+CCNVT_EXPORT unsigned char* bgra_to_v210(unsigned char* source, unsigned int* destination, int pixels);
 
 #endif /* __cplusplus */
 

@@ -1,0 +1,223 @@
+// 8-bit RGB to 2vuy and v210.
+//
+// Every pixel is converted in double precision with one of four fixed
+// coefficient sets: Y = (wR * R + wG * G + wB * B) * scale + offset, and Cb,
+// Cr likewise with the chroma offset. The chroma of each pixel pair is
+// filtered [1 2 1] / 4: (previous pair's second pixel + 2 * first pixel +
+// second pixel) * 0.25, the previous values running on across pairs, groups
+// and rows from a start value. Results are truncated toward zero. The order
+// of every operation is fixed (and the file is built without contraction
+// into fused multiply-adds): hosts depend on the exact bytes.
+#include <cstddef>
+#include <cstdint>
+
+#include "cconvert/ycbcr422.h"
+#include "ycbcr422/yuv422_layout.h"
+
+namespace cconvert::detail {
+namespace {
+
+struct CoefficientSet {
+    double luma[3];  // weights of R, G, B
+    double luma_offset;
+    double cb[3];
+    double cr[3];
+    double chroma_offset;
+    double scale;  // applied to the weighted sum before the offset
+};
+
+// BT.601 studio range, 8-bit.
+constexpr CoefficientSet kS601_8 = {{65.738, 129.057, 25.064}, 16.0,
+                                    {-37.945, -74.494, 112.439}, {112.439, -94.154, -18.285},
+                                    128.0, 0.00390625};
+// BT.709 full-range luma, 8-bit.
+constexpr CoefficientSet kF709_8 = {{217.702, 732.365, 73.716}, 0.0,
+                                    {-117.35, -394.65, 512.0}, {512.0, -465.101, -47.002},
+                                    128.0, 0.0009765625};
+// BT.601 on 10-bit offsets (with 8-bit inputs: a quarter of the 10-bit range).
+constexpr CoefficientSet kS601_10 = {{262.952, 516.228, 100.256}, 64.0,
+                                     {-151.78, -297.976, 449.756}, {449.756, -376.616, -73.14},
+                                     512.0, 0.0009765625};
+// BT.709 on 10-bit offsets.
+constexpr CoefficientSet kH709_10 = {{217.6, 732.57, 72.83}, 64.0,
+                                     {-117.248, -394.752, 512.0}, {512.0, -465.101, -46.899},
+                                     512.0, 0.0009765625};
+
+// Where R, G and B sit in a source pixel.
+struct PixelLayout {
+    std::size_t bytes, r, g, b;
+};
+constexpr PixelLayout kArgb = {4, 1, 2, 3};
+constexpr PixelLayout kBgra = {4, 2, 1, 0};
+constexpr PixelLayout kRgb = {3, 0, 1, 2};
+
+struct Ycc {
+    double y, cb, cr;
+};
+
+double weighted(const double weights[3], double r, double g, double b, double scale, double offset) {
+    return (weights[0] * r + weights[1] * g + weights[2] * b) * scale + offset;
+}
+
+// One pixel; rounding (0 or 0.5) is added to each of Y, Cb and Cr.
+Ycc convert_pixel(const unsigned char* pixel, const PixelLayout& layout, const CoefficientSet& set,
+                  double rounding) {
+    const double r = pixel[layout.r], g = pixel[layout.g], b = pixel[layout.b];
+    return {weighted(set.luma, r, g, b, set.scale, set.luma_offset) + rounding,
+            weighted(set.cb, r, g, b, set.scale, set.chroma_offset) + rounding,
+            weighted(set.cr, r, g, b, set.scale, set.chroma_offset) + rounding};
+}
+
+// The [1 2 1] / 4 chroma filter with its running previous values.
+class ChromaFilter {
+public:
+    explicit ChromaFilter(double start) : previous_cb_(start), previous_cr_(start) {}
+
+    // Filters the pair (first, second); second becomes the previous pixel.
+    void filter(const Ycc& first, const Ycc& second, double* cb, double* cr) {
+        *cb = (previous_cb_ + 2.0 * first.cb + second.cb) * 0.25;
+        *cr = (previous_cr_ + 2.0 * first.cr + second.cr) * 0.25;
+        previous_cb_ = second.cb;
+        previous_cr_ = second.cr;
+    }
+
+private:
+    double previous_cb_, previous_cr_;
+};
+
+// Truncation toward zero, low 8 bits.
+std::uint8_t to_byte(double value) { return static_cast<std::uint8_t>(static_cast<int>(value)); }
+// Truncation toward zero, for a 10-bit field (ORed in without a mask).
+std::uint32_t to_field(double value) { return static_cast<std::uint32_t>(static_cast<int>(value)); }
+
+constexpr double kStart2vuy = 128.0;
+constexpr double kStartV210 = 512.0;
+
+// Pairs to 2vuy: ceil(pixels / 2) pairs (an odd count reads one pixel past).
+// Returns the source just past the last pixel read.
+const unsigned char* encode_2vuy(const unsigned char* source, unsigned char* destination, int pixels,
+                                 const PixelLayout& layout, const CoefficientSet& set,
+                                 double rounding) {
+    ChromaFilter chroma(kStart2vuy);
+    for (int p = 0; p < pixels; p += 2) {
+        const Ycc first = convert_pixel(source, layout, set, rounding);
+        const Ycc second = convert_pixel(source + layout.bytes, layout, set, rounding);
+        double cb, cr;
+        chroma.filter(first, second, &cb, &cr);
+        destination[k2vuyCb] = to_byte(cb);
+        destination[k2vuyY0] = to_byte(first.y);
+        destination[k2vuyCr] = to_byte(cr);
+        destination[k2vuyY1] = to_byte(second.y);
+        source += 2 * layout.bytes;
+        destination += k2vuyBytesPerPair;
+    }
+    return source;
+}
+
+// How a v210 encoder turns its values into fields.
+struct V210Rules {
+    const CoefficientSet* set;
+    double luma_gain;        // Y is multiplied by this before truncation
+    double chroma_rounding;  // added to the filtered chroma before truncation
+};
+
+constexpr V210Rules kTenBitRules601 = {&kS601_10, 1.0, 0.0};
+constexpr V210Rules kTenBitRules709 = {&kH709_10, 1.0, 0.0};
+// argb_to_v210: 8-bit studio luma times 4, chroma left on the 8-bit scale.
+constexpr V210Rules kEightBitScaledRules = {&kS601_8, 4.0, 0.5};
+
+// One group of six pixels to four v210 words.
+void encode_v210_group(const unsigned char* source, unsigned char* destination,
+                       const PixelLayout& layout, const V210Rules& rules, ChromaFilter& chroma) {
+    Ycc pixel[kV210PixelsPerGroup];
+    for (std::size_t i = 0; i < kV210PixelsPerGroup; ++i)
+        pixel[i] = convert_pixel(source + i * layout.bytes, layout, *rules.set, 0.0);
+    std::uint32_t y[6], cb[3], cr[3];
+    for (std::size_t i = 0; i < kV210PixelsPerGroup; ++i) y[i] = to_field(pixel[i].y * rules.luma_gain);
+    for (std::size_t k = 0; k < 3; ++k) {
+        double filtered_cb, filtered_cr;
+        chroma.filter(pixel[2 * k], pixel[2 * k + 1], &filtered_cb, &filtered_cr);
+        cb[k] = to_field(filtered_cb + rules.chroma_rounding);
+        cr[k] = to_field(filtered_cr + rules.chroma_rounding);
+    }
+    store_le32(destination + 0, v210_word(cb[0], y[0], cr[0]));
+    store_le32(destination + 4, v210_word(y[1], cb[1], y[2]));
+    store_le32(destination + 8, v210_word(cr[1], y[3], cb[2]));
+    store_le32(destination + 12, v210_word(y[4], cr[2], y[5]));
+}
+
+// A span of pixels to v210 groups: ceil(pixels / 6) whole groups. Returns the
+// source just past the last pixel read.
+const unsigned char* encode_v210_span(const unsigned char* source, unsigned char* destination,
+                                      int pixels, const PixelLayout& layout, const V210Rules& rules) {
+    ChromaFilter chroma(kStartV210);
+    for (int x = 0; x < pixels; x += kV210PixelsPerGroup) {
+        encode_v210_group(source, destination, layout, rules, chroma);
+        source += kV210PixelsPerGroup * layout.bytes;
+        destination += kV210BytesPerGroup;
+    }
+    return source;
+}
+
+unsigned char* writable(const unsigned char* source) { return const_cast<unsigned char*>(source); }
+
+}  // namespace
+}  // namespace cconvert::detail
+
+using namespace cconvert::detail;
+
+void argb_to_2vuy(unsigned char* source, unsigned char* destination, int pixels) {
+    encode_2vuy(source, destination, pixels, kArgb, kS601_8, 0.0);
+}
+
+void bgra_to_2vuy(unsigned char* source, unsigned char* destination, int pixels) {
+    encode_2vuy(source, destination, pixels, kBgra, kS601_8, 0.0);
+}
+
+unsigned char* hd_rgb_to_2vuy(unsigned char* source, unsigned char* destination, int pixels,
+                              int bgra_order) {
+    return writable(encode_2vuy(source, destination, pixels, bgra_order ? kBgra : kArgb, kF709_8, 0.5));
+}
+
+unsigned char* argb_to_v210(unsigned char* source, unsigned int* destination, int pixels,
+                            int four_byte_pixels) {
+    return writable(encode_v210_span(source, reinterpret_cast<unsigned char*>(destination), pixels,
+                                     four_byte_pixels ? kArgb : kRgb, kEightBitScaledRules));
+}
+
+unsigned char* bgra_to_v210(unsigned char* source, unsigned int* destination, int pixels) {
+    return writable(encode_v210_span(source, reinterpret_cast<unsigned char*>(destination), pixels,
+                                     kBgra, kTenBitRules601));
+}
+
+void ccnvt_rgb32_2vuy(unsigned char* destination, long, const unsigned char* source, long, long width,
+                      long height) {
+    bgra_to_2vuy(writable(source), destination, static_cast<int>(width * height));
+}
+
+// The frame counts converted pixels in one counter that grows by six per
+// group and stops the conversion once it reaches width * height. Rows of a
+// width that is not a multiple of 6 add more than width, so such frames
+// leave their last rows unwritten; hosts have always received them so.
+void ccnvt_rgb32_v210(unsigned char* destination, long destination_pitch, const unsigned char* source,
+                      long source_pitch, long width, long height) {
+    if (source_pitch == 0) source_pitch = width * static_cast<long>(kBgra.bytes);
+    if (destination_pitch == 0)
+        destination_pitch = v210_default_pitch_pitched(static_cast<std::uint32_t>(width));
+    const V210Rules& rules = width <= 961 ? kTenBitRules601 : kTenBitRules709;
+    const long frame_pixels = width * height;
+
+    ChromaFilter chroma(kStartV210);
+    long converted = 0;
+    for (long row = 0; row < height; ++row) {
+        const unsigned char* pixels = source + row * source_pitch;
+        unsigned char* groups = destination + row * destination_pitch;
+        for (long x = 0; x < width; x += kV210PixelsPerGroup) {
+            encode_v210_group(pixels, groups, kBgra, rules, chroma);
+            pixels += kV210PixelsPerGroup * kBgra.bytes;
+            groups += kV210BytesPerGroup;
+            converted += kV210PixelsPerGroup;
+            if (converted >= frame_pixels) return;
+        }
+    }
+}

@@ -99,6 +99,50 @@ CCNVT_EXPORT void ccnvt_rgb32_v210(unsigned char* destination, long destination_
                                    const unsigned char* source, long source_pitch, long width,
                                    long height);
 
+/* ---- 2vuy and v210 to 8-bit RGB ----
+ * Output pixels are B, G, R, or B, G, R, 255 (4-byte pixels). Pitches, width
+ * and height as signed 64-bit integers; factor is the reduction factor.
+ *
+ * The wrappers replace a pitch of 0 or below by the tight default: width * 3
+ * (rgb24), width * 4 (rgb32), width * 2 (2vuy), 128 * ceil(width / 48)
+ * (v210). With factor below 2 the full-size frame goes to libycbcr
+ * (cycbcr_uyvy_to_rgb24, cycbcr_uyvy_to_rgb32, cycbcr_012v_to_rgb32) with
+ * the matrix GetMatrixBySize(width, height, 0) (BT.709 above 1279 x 576, else
+ * BT.601), the height's low 32 bits, and flag 0x8000 (bottom-up) when the
+ * height is negative; its result is returned. With factor 2 or more the
+ * library's own table decoders below do the work.
+ * ccnvt_yuv422_10_rgb24 always decodes itself (factor raised to at least 1).
+ *
+ * The own decoders (ccnvt_yuv422_rgb24 for 2vuy, ccnvt_v210_rgb24 for v210,
+ * whose 10-bit samples lose their two low bits) use BT.601 studio-range
+ * lookup tables (studio white 235 gives 254) and take the pitches as given.
+ * A factor d below 1 counts as 1. Pixels are 4 bytes when destination_pitch
+ * >= (width / d) * 4, else 3 bytes. height / d output rows, source rows d
+ * apart:
+ *   d = 2: one pixel (Y0 with the pair's chroma) per pair, ceil(width / 2);
+ *   d = 4: one pixel from every second pair, pairs 0, 2, ... below width / 2;
+ *   other: both pixels of every pair (ceil(width / 2) pairs): only the rows
+ *          are reduced.
+ * They return 0. */
+CCNVT_EXPORT int ccnvt_yuv422_8_rgb24(unsigned char* destination, long destination_pitch,
+                                      const unsigned char* source, long source_pitch, long width,
+                                      long height, int factor);
+CCNVT_EXPORT int ccnvt_yuv422_8_rgb32(unsigned char* destination, long destination_pitch,
+                                      const unsigned char* source, long source_pitch, long width,
+                                      long height, int factor);
+CCNVT_EXPORT int ccnvt_yuv422_10_rgb24(unsigned char* destination, long destination_pitch,
+                                       const unsigned char* source, long source_pitch, long width,
+                                       long height, int factor);
+CCNVT_EXPORT int ccnvt_yuv422_10_rgb32(unsigned char* destination, long destination_pitch,
+                                       const unsigned char* source, long source_pitch, long width,
+                                       long height, int factor);
+CCNVT_EXPORT int ccnvt_yuv422_rgb24(unsigned char* destination, long destination_pitch,
+                                    const unsigned char* source, long source_pitch, long width,
+                                    long height, int factor);
+CCNVT_EXPORT int ccnvt_v210_rgb24(unsigned char* destination, long destination_pitch,
+                                  const unsigned char* source, long source_pitch, long width,
+                                  long height, int factor);
+
 CCNVT_C_END
 
 #ifdef __cplusplus
@@ -152,6 +196,15 @@ CCNVT_EXPORT unsigned char* hd_rgb_to_2vuy(unsigned char* source, unsigned char*
 CCNVT_EXPORT unsigned char* argb_to_v210(unsigned char* source, unsigned int* destination,
                                          int pixels, int four_byte_pixels);
 CCNVT_EXPORT unsigned char* bgra_to_v210(unsigned char* source, unsigned int* destination, int pixels);
+
+/* v210 to RGB through the 10-bit BT.601 tables. The source is one unpadded
+ * run of v210 groups; a running pixel index advances by six per group and,
+ * whenever it is a multiple of width, output continues at the start of
+ * destination row index / width (so widths that are not a multiple of 6 run
+ * on past the row end). four_bytes non-zero: B, G, R, 255, else B, G, R.
+ * Nothing is done when width * height is below 1. */
+CCNVT_EXPORT void _v210_to_rgb(void* source, void* destination, int width, int height,
+                               int destination_pitch, int four_bytes);
 
 #endif /* __cplusplus */
 

@@ -1,4 +1,4 @@
-// Portable row kernels of libycbcr: the reference for the AVX2 kernels.
+// Portable kernels of libycbcr: the reference for the AVX2 kernels.
 #include <cmath>
 
 #include "ycbcr_kernels.h"
@@ -42,22 +42,22 @@ Coefficients coefficients_for(const cycbcr_matrix* matrix) {
     c.bias = fixed(luma * (128 - 16) * 64 + 32);
     c.cb_blue = fixed(chroma * (1.0 - kb) * kOne);
     c.cr_red = fixed(chroma * (1.0 - kr) * kOne);
-    c.cb_green = fixed(chroma * kb * (1.0 - kb) / kg * kOne);
-    c.cr_green = fixed(chroma * kr * (1.0 - kr) / kg * kOne);
+    c.cb_green = fixed(chroma * kb * (1.0 - kb) / kg * 2 * kOne);
+    c.cr_green = fixed(chroma * kr * (1.0 - kr) / kg * 2 * kOne);
     return c;
 }
 
-void uyvy_to_bgr_row_portable(std::uint8_t* destination, const std::uint8_t* source, int width,
+void uyvy_to_bgr_row(std::uint8_t* destination, const std::uint8_t* source, int width,
                               const Coefficients& c) {
     uyvy_row<3>(destination, source, width, c);
 }
 
-void uyvy_to_bgra_row_portable(std::uint8_t* destination, const std::uint8_t* source, int width,
+void uyvy_to_bgra_row(std::uint8_t* destination, const std::uint8_t* source, int width,
                                const Coefficients& c) {
     uyvy_row<4>(destination, source, width, c);
 }
 
-void v210_to_bgra_row_portable(std::uint8_t* destination, const std::uint8_t* source, int width,
+void v210_to_bgra_row(std::uint8_t* destination, const std::uint8_t* source, int width,
                                const Coefficients& c) {
     for (int x = 0; x < width; x += kV210PixelsPerGroup) {
         std::uint16_t s[kV210SamplesPerGroup];  // Cb0 Y0 Cr0 Y1 Cb2 Y2 Cr2 Y3 Cb4 Y4 Cr4 Y5
@@ -74,13 +74,38 @@ void v210_to_bgra_row_portable(std::uint8_t* destination, const std::uint8_t* so
     }
 }
 
-void planar_to_bgra_row_portable(std::uint8_t* destination, const std::uint8_t* y, const std::uint8_t* cb,
+void planar_to_bgra_row(std::uint8_t* destination, const std::uint8_t* y, const std::uint8_t* cb,
                                  const std::uint8_t* cr, int width, const Coefficients& c) {
     for (int x = 0; x < width; ++x) {
         std::uint8_t* out = destination + 4 * x;
         convert_pixel(from_8bit(y[x]), from_8bit(cb[x / 2]), from_8bit(cr[x / 2]), c, out);
         out[3] = kOpaque;
     }
+}
+
+void uyvy_to_bgr_portable(const PackedRows& rows, const Coefficients& c) {
+    for (long r = 0; r < rows.count; ++r)
+        uyvy_to_bgr_row(rows.destination + r * rows.destination_step, rows.source + r * rows.source_pitch,
+                        rows.width, c);
+}
+
+void uyvy_to_bgra_portable(const PackedRows& rows, const Coefficients& c) {
+    for (long r = 0; r < rows.count; ++r)
+        uyvy_to_bgra_row(rows.destination + r * rows.destination_step, rows.source + r * rows.source_pitch,
+                         rows.width, c);
+}
+
+void v210_to_bgra_portable(const PackedRows& rows, const Coefficients& c) {
+    for (long r = 0; r < rows.count; ++r)
+        v210_to_bgra_row(rows.destination + r * rows.destination_step, rows.source + r * rows.source_pitch,
+                         rows.width, c);
+}
+
+void planar_to_bgra_portable(const PlanarRows& rows, const Coefficients& c) {
+    for (long r = 0; r < rows.count; ++r)
+        planar_to_bgra_row(rows.destination + r * rows.destination_step, rows.y + r * rows.y_pitch,
+                           rows.cb + r / 2 * rows.chroma_pitch, rows.cr + r / 2 * rows.chroma_pitch,
+                           rows.width, c);
 }
 
 }  // namespace ycbcr

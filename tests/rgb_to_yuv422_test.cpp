@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -157,10 +159,16 @@ const SpanRoutine kSpanRoutines[] = {
      [](const unsigned char* s, int n) { return model_v210_span(s, n, kBgra, {&kS601_10, 1.0, 0.0}); }},
 };
 
-class RgbEncoderSpans : public ::testing::TestWithParam<SpanRoutine> {};
+// Every routine under every feature word: the 2vuy encoders have an AVX2
+// kernel that must give the portable bytes.
+class RgbEncoderSpans : public ::testing::TestWithParam<std::tuple<SpanRoutine, unsigned int>> {
+protected:
+    const SpanRoutine& routine_param() const { return std::get<0>(GetParam()); }
+    cconvert::test::ScopedCpuFeatures features_{std::get<1>(GetParam())};
+};
 
 TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
-    const SpanRoutine& routine = GetParam();
+    const SpanRoutine& routine = routine_param();
     for (int count : counts_to_test()) {
         // Whole pairs or groups are read and written.
         const int read_pixels = routine.v210 ? 6 * groups(count) : 2 * pairs(count);
@@ -183,7 +191,7 @@ TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
 TEST_P(RgbEncoderSpans, ExtremeColoursMatchTheModel) {
     // Every combination of extreme levels in every byte of the pixel: the
     // corners of the RGB cube, greys and single channels.
-    const int size = GetParam().pixel_size;
+    const int size = routine_param().pixel_size;
     const unsigned char levels[] = {0, 1, 16, 127, 128, 235, 254, 255};
     std::vector<unsigned char> pixels;
     for (int combination = 0; combination < (size == 4 ? 4096 : 512); ++combination)
@@ -194,8 +202,8 @@ TEST_P(RgbEncoderSpans, ExtremeColoursMatchTheModel) {
         const int count = static_cast<int>(span->size()) / size;
         span->resize(span->size() + 8 * size);
         std::vector<unsigned char> dst(16 * groups(count) + 8);
-        GetParam().run(span->data(), dst.data(), count);
-        const auto expected = GetParam().model(span->data(), count);
+        routine_param().run(span->data(), dst.data(), count);
+        const auto expected = routine_param().model(span->data(), count);
         ASSERT_TRUE(std::equal(expected.begin(), expected.end(), dst.begin()));
     }
 }
@@ -208,15 +216,20 @@ TEST_P(RgbEncoderSpans, LongRandomSpanMatchesTheModel) {
 #else
     const int count = 1 << 20;
 #endif
-    const auto src = cconvert::test::random_bytes(std::size_t(6 * groups(count)) * GetParam().pixel_size, 99);
+    const auto src = cconvert::test::random_bytes(std::size_t(6 * groups(count)) * routine_param().pixel_size, 99);
     std::vector<unsigned char> dst(16 * groups(count));
-    GetParam().run(const_cast<unsigned char*>(src.data()), dst.data(), count);
-    const auto expected = GetParam().model(src.data(), count);
+    routine_param().run(const_cast<unsigned char*>(src.data()), dst.data(), count);
+    const auto expected = routine_param().model(src.data(), count);
     ASSERT_TRUE(std::equal(expected.begin(), expected.end(), dst.begin()));
 }
 
-INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans, ::testing::ValuesIn(kSpanRoutines),
-                         [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans,
+                         ::testing::Combine(::testing::ValuesIn(kSpanRoutines),
+                                            ::testing::ValuesIn(cconvert::test::feature_words_to_test())),
+                         [](const auto& info) {
+                             return std::string(std::get<0>(info.param).name) + "_" +
+                                    cconvert::test::feature_word_name(std::get<1>(info.param));
+                         });
 
 // ---- hand-worked values ----
 

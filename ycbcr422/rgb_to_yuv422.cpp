@@ -1,30 +1,14 @@
-// 8-bit RGB to 2vuy and v210.
-//
-// Every pixel is converted in double precision with one of four fixed
-// coefficient sets: Y = (wR * R + wG * G + wB * B) * scale + offset, and Cb,
-// Cr likewise with the chroma offset. The chroma of each pixel pair is
-// filtered [1 2 1] / 4: (previous pair's second pixel + 2 * first pixel +
-// second pixel) * 0.25, the previous values running on across pairs, groups
-// and rows from a start value. Results are truncated toward zero. The order
-// of every operation is fixed (and the file is built without contraction
-// into fused multiply-adds): hosts depend on the exact bytes.
+// 8-bit RGB to 2vuy and v210 (the arithmetic: rgb_to_yuv422_kernels.h).
 #include <cstddef>
 #include <cstdint>
 
 #include "cconvert/ycbcr422.h"
+#include "frame/dispatch.h"
+#include "ycbcr422/rgb_to_yuv422_kernels.h"
 #include "ycbcr422/yuv422_layout.h"
 
 namespace cconvert::detail {
 namespace {
-
-struct CoefficientSet {
-    double luma[3];  // weights of R, G, B
-    double luma_offset;
-    double cb[3];
-    double cr[3];
-    double chroma_offset;
-    double scale;  // applied to the weighted sum before the offset
-};
 
 // BT.601 studio range, 8-bit.
 constexpr CoefficientSet kS601_8 = {{65.738, 129.057, 25.064}, 16.0,
@@ -43,10 +27,6 @@ constexpr CoefficientSet kH709_10 = {{217.6, 732.57, 72.83}, 64.0,
                                      {-117.248, -394.752, 512.0}, {512.0, -465.101, -46.899},
                                      512.0, 0.0009765625};
 
-// Where R, G and B sit in a source pixel.
-struct PixelLayout {
-    std::size_t bytes, r, g, b;
-};
 constexpr PixelLayout kArgb = {4, 1, 2, 3};
 constexpr PixelLayout kBgra = {4, 2, 1, 0};
 constexpr PixelLayout kRgb = {3, 0, 1, 2};
@@ -71,18 +51,19 @@ Ycc convert_pixel(const unsigned char* pixel, const PixelLayout& layout, const C
 // The [1 2 1] / 4 chroma filter with its running previous values.
 class ChromaFilter {
 public:
-    explicit ChromaFilter(double start) : previous_cb_(start), previous_cr_(start) {}
+    explicit ChromaFilter(double start) : history_{start, start} {}
+    explicit ChromaFilter(const ChromaHistory& history) : history_(history) {}
+    ChromaHistory history() const { return history_; }
 
     // Filters the pair (first, second); second becomes the previous pixel.
     void filter(const Ycc& first, const Ycc& second, double* cb, double* cr) {
-        *cb = (previous_cb_ + 2.0 * first.cb + second.cb) * 0.25;
-        *cr = (previous_cr_ + 2.0 * first.cr + second.cr) * 0.25;
-        previous_cb_ = second.cb;
-        previous_cr_ = second.cr;
+        *cb = (history_.cb + 2.0 * first.cb + second.cb) * 0.25;
+        *cr = (history_.cr + 2.0 * first.cr + second.cr) * 0.25;
+        history_ = {second.cb, second.cr};
     }
 
 private:
-    double previous_cb_, previous_cr_;
+    ChromaHistory history_;
 };
 
 // Truncation toward zero, low 8 bits.
@@ -98,20 +79,12 @@ constexpr double kStartV210 = 512.0;
 const unsigned char* encode_2vuy(const unsigned char* source, unsigned char* destination, int pixels,
                                  const PixelLayout& layout, const CoefficientSet& set,
                                  double rounding) {
-    ChromaFilter chroma(kStart2vuy);
-    for (int p = 0; p < pixels; p += 2) {
-        const Ycc first = convert_pixel(source, layout, set, rounding);
-        const Ycc second = convert_pixel(source + layout.bytes, layout, set, rounding);
-        double cb, cr;
-        chroma.filter(first, second, &cb, &cr);
-        destination[k2vuyCb] = to_byte(cb);
-        destination[k2vuyY0] = to_byte(first.y);
-        destination[k2vuyCr] = to_byte(cr);
-        destination[k2vuyY1] = to_byte(second.y);
-        source += 2 * layout.bytes;
-        destination += k2vuyBytesPerPair;
-    }
-    return source;
+    if (pixels < 1) return source;
+    const long pairs = pixels / 2 + pixels % 2;
+    ChromaHistory history{kStart2vuy, kStart2vuy};
+    choose_kernel<EncodePairs>(encode_pairs_portable, nullptr, encode_pairs_avx2)(
+        source, destination, pairs, PairEncoding{&layout, &set, rounding}, history);
+    return source + 2 * pairs * layout.bytes;
 }
 
 // How a v210 encoder turns its values into fields.
@@ -162,6 +135,26 @@ const unsigned char* encode_v210_span(const unsigned char* source, unsigned char
 unsigned char* writable(const unsigned char* source) { return const_cast<unsigned char*>(source); }
 
 }  // namespace
+
+void encode_pairs_portable(const unsigned char* source, unsigned char* destination, long pairs,
+                           const PairEncoding& encoding, ChromaHistory& history) {
+    const PixelLayout& layout = *encoding.layout;
+    ChromaFilter chroma(history);
+    for (long p = 0; p < pairs; ++p) {
+        const Ycc first = convert_pixel(source, layout, *encoding.set, encoding.rounding);
+        const Ycc second = convert_pixel(source + layout.bytes, layout, *encoding.set, encoding.rounding);
+        double cb, cr;
+        chroma.filter(first, second, &cb, &cr);
+        destination[k2vuyCb] = to_byte(cb);
+        destination[k2vuyY0] = to_byte(first.y);
+        destination[k2vuyCr] = to_byte(cr);
+        destination[k2vuyY1] = to_byte(second.y);
+        source += 2 * layout.bytes;
+        destination += k2vuyBytesPerPair;
+    }
+    history = chroma.history();
+}
+
 }  // namespace cconvert::detail
 
 using namespace cconvert::detail;

@@ -1,4 +1,4 @@
-// Fixed-point YCbCr to RGB arithmetic and the row kernels of libycbcr.
+// Fixed-point YCbCr to RGB arithmetic and the kernels of libycbcr.
 //
 // Every sample enters as a signed 16-bit value (S - 128) * 256 (8-bit) or
 // (S - 512) * 64 (10-bit): the same scale for both depths. A product with a

@@ -93,10 +93,16 @@ inline Bgra16 bgra16(__m256i blue_red, __m256i green_alpha) {
     return {_mm256_unpacklo_epi8(blue_red, green_alpha), _mm256_unpackhi_epi8(blue_red, green_alpha)};
 }
 
+// The G 255 bytes of one block of sixteen.
+CCNVT_TARGET_AVX2
+inline __m256i green_with_alpha(const Channels16& c, const Constants& k) {
+    return _mm256_shuffle_epi8(_mm256_packus_epi16(c.green, k.opaque), k.with_alpha);
+}
+
 CCNVT_TARGET_AVX2
 inline Bgra16 convert16(__m256i y, __m256i chroma, const Constants& k) {
     const Channels16 c = channels16(y, chroma, k);
-    return bgra16(c.blue_red, _mm256_shuffle_epi8(_mm256_packus_epi16(c.green, k.opaque), k.with_alpha));
+    return bgra16(c.blue_red, green_with_alpha(c, k));
 }
 
 // Thirty-two pixels: the two blocks share one saturation of their G.
@@ -180,9 +186,7 @@ CCNVT_TARGET_AVX2 void uyvy_row(std::uint8_t* destination, const std::uint8_t* s
     }
     if (x + 16 <= width) {
         const Channels16 last = uyvy_channels16(source + 2 * x, k);
-        store_uyvy16<FourBytes>(destination + kPixelBytes * x,
-                                bgra16(last.blue_red, _mm256_shuffle_epi8(_mm256_packus_epi16(last.green, k.opaque),
-                                                                          k.with_alpha)));
+        store_uyvy16<FourBytes>(destination + kPixelBytes * x, bgra16(last.blue_red, green_with_alpha(last, k)));
         x += 16;
     }
     if constexpr (FourBytes)
@@ -274,18 +278,35 @@ void v210_row(std::uint8_t* destination, const std::uint8_t* source, int width, 
     v210_to_bgra_row(destination + 4 * x, source + (x / kV210PixelsPerGroup) * kV210BytesPerGroup, width - x, c);
 }
 
+// Sixteen planar pixels, arranged: the luma bytes and the Cb Cr byte pairs
+// are put in quarter order (0 2 1 3) before they are widened to 16 bits.
+CCNVT_TARGET_AVX2
+inline Channels16 planar_channels16(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr,
+                                    const Constants& k) {
+    constexpr int kQuarters0213 = 0xD8;
+    const __m128i luma_bytes = _mm_shuffle_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(y)), kQuarters0213);
+    const __m128i u = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(cb));
+    const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(cr));
+    const __m128i pair_bytes = _mm_shuffle_epi32(_mm_unpacklo_epi8(u, v), kQuarters0213);  // Cb Cr per pair
+    return channels16(_mm256_xor_si256(_mm256_slli_epi16(_mm256_cvtepu8_epi16(luma_bytes), 8), k.sign),
+                      _mm256_xor_si256(_mm256_slli_epi16(_mm256_cvtepu8_epi16(pair_bytes), 8), k.sign), k);
+}
+
 CCNVT_TARGET_AVX2
 void planar_row(std::uint8_t* destination, const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr,
                 int width, const Constants& k, const Coefficients& c) {
     int x = 0;
-    for (; x + 16 <= width; x += 16) {
-        const __m256i luma = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(y + x)));
-        const __m128i u = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(cb + x / 2));
-        const __m128i v = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(cr + x / 2));
-        const __m256i pairs = _mm256_cvtepu8_epi16(_mm_unpacklo_epi8(u, v));  // Cb Cr per pair
-        store_bgra16_in_order(destination + 4 * x,
-                              convert16(_mm256_xor_si256(_mm256_slli_epi16(luma, 8), k.sign),
-                                        _mm256_xor_si256(_mm256_slli_epi16(pairs, 8), k.sign), k));
+    for (; x + 32 <= width; x += 32) {
+        Bgra16 first, second;
+        convert32(planar_channels16(y + x, cb + x / 2, cr + x / 2, k),
+                  planar_channels16(y + x + 16, cb + x / 2 + 8, cr + x / 2 + 8, k), k, &first, &second);
+        store_bgra16_arranged(destination + 4 * x, first);
+        store_bgra16_arranged(destination + 4 * x + 64, second);
+    }
+    if (x + 16 <= width) {
+        const Channels16 last = planar_channels16(y + x, cb + x / 2, cr + x / 2, k);
+        store_bgra16_arranged(destination + 4 * x, bgra16(last.blue_red, green_with_alpha(last, k)));
+        x += 16;
     }
     planar_to_bgra_row(destination + 4 * x, y + x, cb + x / 2, cr + x / 2, width - x, c);
 }

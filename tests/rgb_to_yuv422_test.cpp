@@ -339,7 +339,12 @@ struct FrameCase {
     long width, height, dst_pitch, src_pitch;  // pitches as passed (0: default)
 };
 
-TEST(RgbEncoders, Rgb32ToV210FramesMatchTheModel) {
+class Rgb32ToV210Frames : public ::testing::TestWithParam<unsigned int> {
+protected:
+    cconvert::test::ScopedCpuFeatures features_{GetParam()};
+};
+
+TEST_P(Rgb32ToV210Frames, MatchTheModel) {
     for (const FrameCase& f : {FrameCase{0, 3, 64, 64}, FrameCase{1, 3, 0, 0}, FrameCase{2, 3, 0, 0},
                                FrameCase{5, 4, 0, 0}, FrameCase{6, 4, 0, 0}, FrameCase{7, 4, 0, 0},
                                FrameCase{10, 5, 48, 44}, FrameCase{48, 3, 0, 0}, FrameCase{49, 2, 0, 200},
@@ -358,6 +363,10 @@ TEST(RgbEncoders, Rgb32ToV210FramesMatchTheModel) {
         EXPECT_TRUE(dst.guards_intact()) << f.width;
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(FeatureWords, Rgb32ToV210Frames,
+                         ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
+                         [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 
 TEST(RgbEncoders, Rgb32ToV210CounterLeavesTheLastRowsOf720pUnwritten) {
     const long width = 1280, height = 720, pitch = 3456;  // 214 groups (1284 pixels) per row

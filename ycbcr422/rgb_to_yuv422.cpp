@@ -68,8 +68,6 @@ private:
 
 // Truncation toward zero, low 8 bits.
 std::uint8_t to_byte(double value) { return static_cast<std::uint8_t>(static_cast<int>(value)); }
-// Truncation toward zero, for a 10-bit field (ORed in without a mask).
-std::uint32_t to_field(double value) { return static_cast<std::uint32_t>(static_cast<int>(value)); }
 
 constexpr double kStart2vuy = 128.0;
 constexpr double kStartV210 = 512.0;
@@ -83,7 +81,7 @@ const unsigned char* encode_2vuy(const unsigned char* source, unsigned char* des
     const long pairs = pixels / 2 + pixels % 2;
     ChromaHistory history{kStart2vuy, kStart2vuy};
     choose_kernel<EncodePairs>(encode_pairs_portable, nullptr, encode_pairs_avx2)(
-        source, destination, pairs, PairEncoding{&layout, &set, rounding}, history);
+        source, destination, pairs, PairEncoding{&layout, &set, rounding, 1.0, 0.0}, history);
     return source + 2 * pairs * layout.bytes;
 }
 
@@ -99,37 +97,48 @@ constexpr V210Rules kTenBitRules709 = {&kH709_10, 1.0, 0.0};
 // argb_to_v210: 8-bit studio luma times 4, chroma left on the 8-bit scale.
 constexpr V210Rules kEightBitScaledRules = {&kS601_8, 4.0, 0.5};
 
-// One group of six pixels to four v210 words.
-void encode_v210_group(const unsigned char* source, unsigned char* destination,
-                       const PixelLayout& layout, const V210Rules& rules, ChromaFilter& chroma) {
-    Ycc pixel[kV210PixelsPerGroup];
-    for (std::size_t i = 0; i < kV210PixelsPerGroup; ++i)
-        pixel[i] = convert_pixel(source + i * layout.bytes, layout, *rules.set, 0.0);
-    std::uint32_t y[6], cb[3], cr[3];
-    for (std::size_t i = 0; i < kV210PixelsPerGroup; ++i) y[i] = to_field(pixel[i].y * rules.luma_gain);
-    for (std::size_t k = 0; k < 3; ++k) {
-        double filtered_cb, filtered_cr;
-        chroma.filter(pixel[2 * k], pixel[2 * k + 1], &filtered_cb, &filtered_cr);
-        cb[k] = to_field(filtered_cb + rules.chroma_rounding);
-        cr[k] = to_field(filtered_cr + rules.chroma_rounding);
-    }
-    store_le32(destination + 0, v210_word(cb[0], y[0], cr[0]));
-    store_le32(destination + 4, v210_word(y[1], cb[1], y[2]));
-    store_le32(destination + 8, v210_word(cr[1], y[3], cb[2]));
-    store_le32(destination + 12, v210_word(y[4], cr[2], y[5]));
+constexpr long kPairsPerGroup = kV210PixelsPerGroup / 2;
+constexpr long kSamplesPerPair = 4;
+
+// The kernel for a v210 conversion: vector code only for 4-byte pixels.
+EncodeSamples samples_kernel(const PixelLayout& layout) {
+    const EncodeSamples vector = choose_kernel<EncodeSamples>(encode_samples_portable, nullptr, encode_samples_avx2);
+    return layout.bytes == 4 ? vector : encode_samples_portable;
 }
 
-// A span of pixels to v210 groups: ceil(pixels / 6) whole groups. Returns the
-// source just past the last pixel read.
-const unsigned char* encode_v210_span(const unsigned char* source, unsigned char* destination,
-                                      int pixels, const PixelLayout& layout, const V210Rules& rules) {
-    ChromaFilter chroma(kStartV210);
-    for (int x = 0; x < pixels; x += kV210PixelsPerGroup) {
-        encode_v210_group(source, destination, layout, rules, chroma);
-        source += kV210PixelsPerGroup * layout.bytes;
-        destination += kV210BytesPerGroup;
+// groups whole groups of six pixels to v210, the chroma filter carried in
+// history. Returns the source just past the last pixel read. Each 10-bit
+// field is the truncated value ORed in without a mask.
+const unsigned char* encode_v210_groups(EncodeSamples kernel, const unsigned char* source,
+                                        unsigned char* destination, long groups, const PixelLayout& layout,
+                                        const V210Rules& rules, ChromaHistory& history) {
+    constexpr long kChunkGroups = 32;
+    int samples[kChunkGroups * kV210SamplesPerGroup];
+    const PairEncoding encoding{&layout, rules.set, 0.0, rules.luma_gain, rules.chroma_rounding};
+    while (groups > 0) {
+        const long chunk = groups < kChunkGroups ? groups : kChunkGroups;
+        kernel(source, samples, chunk * kPairsPerGroup, encoding, history);
+        for (long g = 0; g < chunk; ++g) {
+            const int* s = samples + g * kV210SamplesPerGroup;  // stream order
+            for (std::uint32_t w = 0; w < kV210SamplesPerGroup / kV210FieldsPerWord; ++w)
+                store_le32(destination + 4 * w,
+                           v210_word(static_cast<std::uint32_t>(s[3 * w]), static_cast<std::uint32_t>(s[3 * w + 1]),
+                                     static_cast<std::uint32_t>(s[3 * w + 2])));
+            destination += kV210BytesPerGroup;
+        }
+        source += chunk * kV210PixelsPerGroup * layout.bytes;
+        groups -= chunk;
     }
     return source;
+}
+
+// A span of pixels to v210 groups: ceil(pixels / 6) whole groups.
+const unsigned char* encode_v210_span(const unsigned char* source, unsigned char* destination,
+                                      int pixels, const PixelLayout& layout, const V210Rules& rules) {
+    if (pixels < 1) return source;
+    ChromaHistory history{kStartV210, kStartV210};
+    const long groups = pixels / kV210PixelsPerGroup + (pixels % kV210PixelsPerGroup != 0);
+    return encode_v210_groups(samples_kernel(layout), source, destination, groups, layout, rules, history);
 }
 
 unsigned char* writable(const unsigned char* source) { return const_cast<unsigned char*>(source); }
@@ -151,6 +160,25 @@ void encode_pairs_portable(const unsigned char* source, unsigned char* destinati
         destination[k2vuyY1] = to_byte(second.y);
         source += 2 * layout.bytes;
         destination += k2vuyBytesPerPair;
+    }
+    history = chroma.history();
+}
+
+void encode_samples_portable(const unsigned char* source, int* samples, long pairs,
+                             const PairEncoding& encoding, ChromaHistory& history) {
+    const PixelLayout& layout = *encoding.layout;
+    ChromaFilter chroma(history);
+    for (long p = 0; p < pairs; ++p) {
+        const Ycc first = convert_pixel(source, layout, *encoding.set, encoding.rounding);
+        const Ycc second = convert_pixel(source + layout.bytes, layout, *encoding.set, encoding.rounding);
+        double cb, cr;
+        chroma.filter(first, second, &cb, &cr);
+        samples[0] = static_cast<int>(cb + encoding.chroma_rounding);
+        samples[1] = static_cast<int>(first.y * encoding.luma_gain);
+        samples[2] = static_cast<int>(cr + encoding.chroma_rounding);
+        samples[3] = static_cast<int>(second.y * encoding.luma_gain);
+        source += 2 * layout.bytes;
+        samples += kSamplesPerPair;
     }
     history = chroma.history();
 }
@@ -199,18 +227,17 @@ void ccnvt_rgb32_v210(unsigned char* destination, long destination_pitch, const 
         destination_pitch = v210_default_pitch_pitched(static_cast<std::uint32_t>(width));
     const V210Rules& rules = width <= 961 ? kTenBitRules601 : kTenBitRules709;
     const long frame_pixels = width * height;
+    const long groups_per_row = width / kV210PixelsPerGroup + (width % kV210PixelsPerGroup != 0);
+    const EncodeSamples kernel = samples_kernel(kBgra);
 
-    ChromaFilter chroma(kStartV210);
+    ChromaHistory history{kStartV210, kStartV210};
     long converted = 0;
-    for (long row = 0; row < height; ++row) {
-        const unsigned char* pixels = source + row * source_pitch;
-        unsigned char* groups = destination + row * destination_pitch;
-        for (long x = 0; x < width; x += kV210PixelsPerGroup) {
-            encode_v210_group(pixels, groups, kBgra, rules, chroma);
-            pixels += kV210PixelsPerGroup * kBgra.bytes;
-            groups += kV210BytesPerGroup;
-            converted += kV210PixelsPerGroup;
-            if (converted >= frame_pixels) return;
-        }
+    for (long row = 0; row < height && converted < frame_pixels; ++row) {
+        // The groups of this row that the counter still lets through.
+        const long left = (frame_pixels - converted + kV210PixelsPerGroup - 1) / kV210PixelsPerGroup;
+        const long groups = groups_per_row < left ? groups_per_row : left;
+        encode_v210_groups(kernel, source + row * source_pitch, destination + row * destination_pitch, groups,
+                           kBgra, rules, history);
+        converted += groups * kV210PixelsPerGroup;
     }
 }

@@ -1,4 +1,4 @@
-// AVX2 kernel of the 2vuy encoders: four pairs (eight 4-byte pixels) a step,
+// AVX2 kernels of the RGB encoders: four pairs (eight 4-byte pixels) a step,
 // four doubles to a vector (the first pixels of the pairs in one vector, the
 // second pixels in another), every operation the portable code does, in its
 // order, so the bytes are the same.
@@ -73,40 +73,94 @@ CCNVT_TARGET_AVX2 inline __m128i byte_at(__m256d value) {
     return _mm_slli_epi32(low_bits, 8 * Byte);
 }
 
+// What a step needs: the byte selections of R, G, B and the components.
+struct StepConstants {
+    __m256i firsts_then_seconds, red, green, blue;
+    Component luma, blue_difference, red_difference;
+};
+
+CCNVT_TARGET_AVX2
+inline StepConstants step_constants(const PairEncoding& encoding) {
+    const PixelLayout& layout = *encoding.layout;
+    const CoefficientSet& set = *encoding.set;
+    return {_mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7),
+            channel_selection(layout.r),
+            channel_selection(layout.g),
+            channel_selection(layout.b),
+            component_of(set.luma, set.scale, set.luma_offset, encoding.rounding),
+            component_of(set.cb, set.scale, set.chroma_offset, encoding.rounding),
+            component_of(set.cr, set.scale, set.chroma_offset, encoding.rounding)};
+}
+
+// Four pairs: the Y of their first and second pixels and their filtered Cb
+// and Cr.
+struct PairValues {
+    __m256d y0, y1, cb, cr;
+};
+
+CCNVT_TARGET_AVX2
+inline PairValues encode_step(const unsigned char* source, const StepConstants& k, __m256d& history_cb,
+                              __m256d& history_cr) {
+    const __m256i pixels = _mm256_permutevar8x32_epi32(
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source)), k.firsts_then_seconds);
+    const PairChannel r = channel(pixels, k.red), g = channel(pixels, k.green), b = channel(pixels, k.blue);
+    return {evaluate(k.luma, r.first, g.first, b.first), evaluate(k.luma, r.second, g.second, b.second),
+            filter(evaluate(k.blue_difference, r.first, g.first, b.first),
+                   evaluate(k.blue_difference, r.second, g.second, b.second), history_cb),
+            filter(evaluate(k.red_difference, r.first, g.first, b.first),
+                   evaluate(k.red_difference, r.second, g.second, b.second), history_cr)};
+}
+
+constexpr long kPairsPerStep = 4;
+constexpr long kPixelBytes = 4;
+
 }  // namespace
 
 CCNVT_TARGET_AVX2
 void encode_pairs_avx2(const unsigned char* source, unsigned char* destination, long pairs,
                        const PairEncoding& encoding, ChromaHistory& history) {
-    const PixelLayout layout = *encoding.layout;
-    const CoefficientSet& set = *encoding.set;
-    const __m256i firsts_then_seconds = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
-    const __m256i red = channel_selection(layout.r), green = channel_selection(layout.g),
-                  blue = channel_selection(layout.b);
-    const Component luma = component_of(set.luma, set.scale, set.luma_offset, encoding.rounding);
-    const Component blue_difference = component_of(set.cb, set.scale, set.chroma_offset, encoding.rounding);
-    const Component red_difference = component_of(set.cr, set.scale, set.chroma_offset, encoding.rounding);
+    const StepConstants k = step_constants(encoding);
     __m256d history_cb = _mm256_set1_pd(history.cb), history_cr = _mm256_set1_pd(history.cr);
-
     long p = 0;
-    for (; p + 4 <= pairs; p += 4) {
-        const __m256i pixels = _mm256_permutevar8x32_epi32(
-            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source)), firsts_then_seconds);
-        const PairChannel r = channel(pixels, red), g = channel(pixels, green), b = channel(pixels, blue);
-        const __m256d y0 = evaluate(luma, r.first, g.first, b.first);
-        const __m256d y1 = evaluate(luma, r.second, g.second, b.second);
-        const __m256d cb = filter(evaluate(blue_difference, r.first, g.first, b.first),
-                                  evaluate(blue_difference, r.second, g.second, b.second), history_cb);
-        const __m256d cr = filter(evaluate(red_difference, r.first, g.first, b.first),
-                                  evaluate(red_difference, r.second, g.second, b.second), history_cr);
-        const __m128i words = _mm_or_si128(_mm_or_si128(byte_at<k2vuyCb>(cb), byte_at<k2vuyY0>(y0)),
-                                           _mm_or_si128(byte_at<k2vuyCr>(cr), byte_at<k2vuyY1>(y1)));
+    for (; p + kPairsPerStep <= pairs; p += kPairsPerStep) {
+        const PairValues v = encode_step(source, k, history_cb, history_cr);
+        const __m128i words = _mm_or_si128(_mm_or_si128(byte_at<k2vuyCb>(v.cb), byte_at<k2vuyY0>(v.y0)),
+                                           _mm_or_si128(byte_at<k2vuyCr>(v.cr), byte_at<k2vuyY1>(v.y1)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(destination), words);
-        source += 8 * layout.bytes;
-        destination += 4 * k2vuyBytesPerPair;
+        source += 2 * kPairsPerStep * kPixelBytes;
+        destination += kPairsPerStep * k2vuyBytesPerPair;
     }
     history = {_mm256_cvtsd_f64(history_cb), _mm256_cvtsd_f64(history_cr)};
     encode_pairs_portable(source, destination, pairs - p, encoding, history);
+}
+
+CCNVT_TARGET_AVX2
+void encode_samples_avx2(const unsigned char* source, int* samples, long pairs, const PairEncoding& encoding,
+                         ChromaHistory& history) {
+    const StepConstants k = step_constants(encoding);
+    const __m256d luma_gain = _mm256_set1_pd(encoding.luma_gain);
+    const __m256d chroma_rounding = _mm256_set1_pd(encoding.chroma_rounding);
+    __m256d history_cb = _mm256_set1_pd(history.cb), history_cr = _mm256_set1_pd(history.cr);
+    long p = 0;
+    for (; p + kPairsPerStep <= pairs; p += kPairsPerStep) {
+        const PairValues v = encode_step(source, k, history_cb, history_cr);
+        const __m128i cb = _mm256_cvttpd_epi32(_mm256_add_pd(v.cb, chroma_rounding));
+        const __m128i y0 = _mm256_cvttpd_epi32(_mm256_mul_pd(v.y0, luma_gain));
+        const __m128i cr = _mm256_cvttpd_epi32(_mm256_add_pd(v.cr, chroma_rounding));
+        const __m128i y1 = _mm256_cvttpd_epi32(_mm256_mul_pd(v.y1, luma_gain));
+        // Stream order per pair: Cb Y0 Cr Y1.
+        const __m128i cb_y0_low = _mm_unpacklo_epi32(cb, y0), cb_y0_high = _mm_unpackhi_epi32(cb, y0);
+        const __m128i cr_y1_low = _mm_unpacklo_epi32(cr, y1), cr_y1_high = _mm_unpackhi_epi32(cr, y1);
+        auto* out = reinterpret_cast<__m128i*>(samples);
+        _mm_storeu_si128(out + 0, _mm_unpacklo_epi64(cb_y0_low, cr_y1_low));
+        _mm_storeu_si128(out + 1, _mm_unpackhi_epi64(cb_y0_low, cr_y1_low));
+        _mm_storeu_si128(out + 2, _mm_unpacklo_epi64(cb_y0_high, cr_y1_high));
+        _mm_storeu_si128(out + 3, _mm_unpackhi_epi64(cb_y0_high, cr_y1_high));
+        source += 2 * kPairsPerStep * kPixelBytes;
+        samples += 4 * kPairsPerStep;
+    }
+    history = {_mm256_cvtsd_f64(history_cb), _mm256_cvtsd_f64(history_cr)};
+    encode_samples_portable(source, samples, pairs - p, encoding, history);
 }
 
 }  // namespace cconvert::detail

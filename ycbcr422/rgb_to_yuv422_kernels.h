@@ -31,12 +31,16 @@ struct PixelLayout {
     std::size_t bytes, r, g, b;
 };
 
-// How pairs become 2vuy: the set, and what is added to each pixel's Y, Cb
-// and Cr before filtering and truncation.
+// How pairs are encoded: the set; what is added to each pixel's Y, Cb and
+// Cr before filtering (rounding); and, for the samples kernels, the factor
+// applied to Y and the amount added to the filtered Cb and Cr before
+// truncation.
 struct PairEncoding {
     const PixelLayout* layout;
     const CoefficientSet* set;
     double rounding;
+    double luma_gain;
+    double chroma_rounding;
 };
 
 // The chroma filter's running values: the previous pair's second pixel.
@@ -53,6 +57,18 @@ void encode_pairs_portable(const unsigned char* source, unsigned char* destinati
 // Four pairs a step; the rest by the portable kernel. Pixels must be 4 bytes.
 void encode_pairs_avx2(const unsigned char* source, unsigned char* destination, long pairs,
                        const PairEncoding& encoding, ChromaHistory& history);
+
+// Encodes pairs pairs to four truncated samples each, in stream order
+// Cb Y0 Cr Y1 (trunc(filtered Cb + chroma_rounding), trunc(Y0 * luma_gain),
+// ...), for the v210 encoders to pack.
+using EncodeSamples = void (*)(const unsigned char* source, int* samples, long pairs,
+                               const PairEncoding& encoding, ChromaHistory& history);
+
+void encode_samples_portable(const unsigned char* source, int* samples, long pairs,
+                             const PairEncoding& encoding, ChromaHistory& history);
+// Four pairs a step; the rest by the portable kernel. Pixels must be 4 bytes.
+void encode_samples_avx2(const unsigned char* source, int* samples, long pairs,
+                         const PairEncoding& encoding, ChromaHistory& history);
 
 }  // namespace cconvert::detail
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -243,6 +244,31 @@ std::vector<unsigned char> model_v210_to_rgb(const unsigned char* src, int width
         }
     }
     return out;
+}
+
+TEST(TableDecoders, ThreadsStartingTogetherAllGetTheModelsBytes) {
+    // In a fresh process the first calls build the tables; every thread must
+    // see them whole.
+    const long width = 64, height = 4;
+    GuardedBuffer uyvy(2 * width * height), v210(16 * 11 * height);
+    uyvy.fill_random(31);
+    v210.fill_random(32);
+    const auto expected_8bit = model_reduced(4 * 32 * 2, 4 * 32, width, height, 2, [&](long row, long j) {
+        const unsigned char* p = uyvy.data() + row * 2 * width + 4 * j;
+        return std::array<int, 4>{p[0], p[1], p[2], p[3]};
+    });
+    const auto expected_10bit = model_v210_to_rgb(v210.data(), 66, height, 4 * 66, true, 4 * 66 * height);
+    std::vector<std::thread> threads;
+    std::vector<int> failures(8, 0);
+    for (int t = 0; t < 8; ++t)
+        threads.emplace_back([&, t] {
+            std::vector<unsigned char> rgb(expected_8bit.size(), 0x5A), rgb10(expected_10bit.size(), 0x5A);
+            ccnvt_yuv422_rgb24(rgb.data(), 4 * 32, uyvy.data(), 2 * width, width, height, 2);
+            _v210_to_rgb(v210.data(), rgb10.data(), 66, height, 4 * 66, 1);
+            failures[t] = (rgb != expected_8bit) + (rgb10 != expected_10bit);
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(failures, std::vector<int>(8, 0));
 }
 
 TEST(V210ToRgb, RunningIndexMatchesTheModel) {

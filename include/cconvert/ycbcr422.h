@@ -1,4 +1,6 @@
-/* cconvert: packed YCbCr 4:2:2 in 8 bits (2vuy) and 10 bits (v210).
+/* cconvert: packed YCbCr 4:2:2 in 8 bits (2vuy) and 10 bits (v210): their
+ * repacking, the YUY2-ordered 8-bit forms and 4:4:4, RGB to 4:2:2 encoders
+ * and 4:2:2 to RGB decoders.
  *
  * 2vuy: two pixels in four bytes, Cb Y0 Cr Y1; a row of w pixels is 2 * w
  *   bytes, always tight.

@@ -143,6 +143,19 @@ actual_sd=$(v210_pixels sd.v210 1920 40,300 130,300 220,300 310,300 400,300 490,
 [ "$actual_sd" = "$expected_sd" ] || fail "SD bars are not the EBU values: $actual_sd"
 expect_ok "bars as 2vuy" "$tool" bars bars.2vuy --format 2vuy --size 1280x720
 [ "$(stat -c %s bars.2vuy)" -eq $((1280 * 720 * 2)) ] || fail "2vuy bars size"
+expect_ok "bars preview" "$tool" preview bars.v210 bars.png --from v210 --size 1920x1080
+expect_ok "bars PNG to rgb24" "$tool" convert bars.png bars.rgb24 --to rgb24
+# Decoded at full size with BT.709: 75% white is 191 in each channel, 75% yellow
+# B 0, G and R 191, each within one code value (the 10-bit bars are quantised).
+python3 - <<'PY' || fail "decoded bars are not the expected RGB"
+d = open('bars.rgb24', 'rb').read()
+for x, bgr in ((340, (191, 191, 191)), (546, (0, 191, 191))):
+    got = d[(300 * 1920 + x) * 3:][:3]
+    assert all(abs(a - b) <= 1 for a, b in zip(got, bgr)), (x, list(got))
+PY
+expect_ok "bars as yuv444 and back" "$tool" convert bars.2vuy bars.yuv444 --from 2vuy --to yuv444 --size 1280x720
+expect_ok "yuv444 to 2vuy" "$tool" convert bars.yuv444 bars-444.2vuy --from yuv444 --to 2vuy --size 1280x720
+cmp -s bars.2vuy bars-444.2vuy || fail "2vuy -> 4:4:4 -> 2vuy changed the frame"
 expect_error "bars in a format without a route" "cannot convert v210 to nv12" "$tool" bars out --format nv12 --size 1920x1080
 
 # ---- RTP in pcap captures ----

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -137,6 +138,47 @@ void run_demo(const DemoOptions& options) {
         bytes = read_file(pack.output).size();
         note = "4320 packets, frame unchanged";
         return back.size() == bars.size() && std::memcmp(back.data(), bars.data(), bars.size()) == 0;
+    });
+    Frame rgb;
+    demo.step("v210 -> RGB (libycbcr, BT.709) -> PNG", "bars.png", [&](std::size_t& bytes, std::string& note) {
+        rgb = convert(bars, "rgba32");
+        const Frame rgb24 = convert(rgb, "rgb24");
+        write_png(demo.path("bars.png"), kWidth, kHeight, PngLayout::bgr8, rgb24.data());
+        bytes = rgb.size();
+        // 75% white (pixel 340 of row 300) decodes to 191 or so in every channel.
+        const unsigned char* white = rgb.data() + (300 * std::size_t{kWidth} + 340) * 4;
+        char text[64];
+        std::snprintf(text, sizeof text, "75%% white = %d %d %d", white[2], white[1], white[0]);
+        note = text;
+        return std::abs(white[0] - 191) <= 1 && std::abs(white[1] - 191) <= 1 && std::abs(white[2] - 191) <= 1;
+    });
+    demo.step("2vuy -> reduced preview (factor 2) -> PNG", "bars-half.png", [&](std::size_t& bytes, std::string&) {
+        std::vector<unsigned char> half(std::size_t{kWidth / 2} * (kHeight / 2) * 3 + 64);
+        ccnvt_yuv422_rgb24(half.data(), 3 * long{kWidth / 2}, uyvy.data(), 2 * long{kWidth}, kWidth, kHeight, 2);
+        write_png(demo.path("bars-half.png"), kWidth / 2, kHeight / 2, PngLayout::bgr8, half.data());
+        bytes = half.size() - 64;
+        return true;
+    });
+    demo.step("RGB -> 2vuy (BT.601 encoder)", "-", [&](std::size_t& bytes, std::string& note) {
+        const Frame encoded = convert(rgb, "2vuy");
+        bytes = encoded.size();
+        // 75% white encodes to studio Y = 16 + 219 * 191 / 255 = 180.
+        const unsigned char y = encoded.data()[(300 * std::size_t{kWidth} + 340) * 2 + 1];
+        note = "75% white Y = " + std::to_string(y);
+        return std::abs(y - 180) <= 1;
+    });
+    demo.step("RGB 24 <-> 32 bits, 5-5-5", "-", [&](std::size_t& bytes, std::string& note) {
+        const Frame back = convert(convert(rgb, "rgb24"), "rgba32");
+        const Frame rgb16 = convert(rgb, "rgb16");
+        bytes = back.size() + rgb16.size();
+        note = "rgb24 -> rgba32 restores every pixel";
+        return same_bytes(back, rgb);  // decoded alpha is 255, as the widening's
+    });
+    demo.step("RGB through ST 2084 (PQ) tables", "-", [&](std::size_t& bytes, std::string&) {
+        Frame pq = make_frame(format_named("rgba32"), kWidth, kHeight);
+        ccnvt_rgb_to_st2084(pq.data(), rgb.data(), 4 * kWidth, 4 * kWidth, kHeight);
+        bytes = pq.size();
+        return true;
     });
     demo.step("2vuy -> I420", "bars.i420", [&](std::size_t& bytes, std::string& note) {
         const Frame planes = convert(uyvy, "i420");

@@ -91,6 +91,28 @@ void rgba32_to_rgb565(const Frame& in, Frame& out, int) {
     ccnvt_rgba32_rgb16_565(out.data(), row_of(out), const_cast<unsigned char*>(in.data()), row_of(in), w(in), h(in));
 }
 
+// Full-size frames: libycbcr with the matrix for the frame size.
+void uyvy_to_rgba32(const Frame& in, Frame& out, int) {
+    ccnvt_yuv422_8_rgb32(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 1);
+}
+void uyvy_to_rgb24(const Frame& in, Frame& out, int) {
+    ccnvt_yuv422_8_rgb24(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 1);
+}
+void v210_to_rgba32(const Frame& in, Frame& out, int) {
+    ccnvt_yuv422_10_rgb32(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 1);
+}
+void rgba32_to_uyvy(const Frame& in, Frame& out, int) {  // BT.601, studio range
+    ccnvt_rgb32_2vuy(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void yuv2_to_uyvy(const Frame& in, Frame& out, int) { ccnvt_yuv2_2vuy(out.data(), in.data(), in.width, in.height); }
+void yuvs_to_uyvy(const Frame& in, Frame& out, int) { ccnvt_yuvs_2vuy(out.data(), in.data(), in.width, in.height); }
+void yuv444_to_uyvy(const Frame& in, Frame& out, int) {
+    ccnvt_yuv444_yuv422_8(out.data(), in.data(), in.width, in.height);
+}
+void uyvy_to_yuv444(const Frame& in, Frame& out, int) {
+    ccnvt_yuv422_yuv444_8(out.data(), in.data(), in.width, in.height);
+}
+
 // Runs convert(first_row, end_row) over bands of the frame's rows, one band
 // per thread.
 template <class Convert>
@@ -165,6 +187,14 @@ const std::vector<Step>& conversion_steps() {
         {"rgba32", "rgb16", "ccnvt_rgba32_rgb16", rgba32_to_rgb16},
         {"rgb16", "rgba32", "ccnvt_rgb16_rgba32_inplace", rgb16_to_rgba32},
         {"rgba32", "rgb565", "ccnvt_rgba32_rgb16_565", rgba32_to_rgb565},
+        {"2vuy", "rgba32", "ccnvt_yuv422_8_rgb32", uyvy_to_rgba32},
+        {"2vuy", "rgb24", "ccnvt_yuv422_8_rgb24", uyvy_to_rgb24},
+        {"v210", "rgba32", "ccnvt_yuv422_10_rgb32", v210_to_rgba32},
+        {"rgba32", "2vuy", "ccnvt_rgb32_2vuy", rgba32_to_uyvy},
+        {"yuv2", "2vuy", "ccnvt_yuv2_2vuy", yuv2_to_uyvy},
+        {"yuvs", "2vuy", "ccnvt_yuvs_2vuy", yuvs_to_uyvy},
+        {"yuv444", "2vuy", "ccnvt_yuv444_yuv422_8", yuv444_to_uyvy},
+        {"2vuy", "yuv444", "ccnvt_yuv422_yuv444_8", uyvy_to_yuv444},
         {"packed10", "2vuy", "kv_ycbcr422_packed10_to_uyvy", packed10_to_uyvy, true},
         {"2vuy", "packed10", "kv_ycbcr422_uyvy_to_packed10", uyvy_to_packed10, true},
         {"packed10", "v210", "ccnvt_ycbcr422_packed10_to_v210", packed10_to_v210, true},

@@ -148,7 +148,12 @@ void run_rtp_pack(const RtpPackOptions& options) {
         const double spacing = static_cast<double>(rate.denominator) / rate.numerator / count;
         for (unsigned int k = 0; k < count; ++k) {
             unsigned char* rtp = slots.data() + std::size_t{k} * slot_size;
-            if (options.strict) rtp[0] &= static_cast<unsigned char>(~0x10);  // no extension follows
+            if (options.strict) {
+                // RFC 4175 receivers: no extension bit without an extension,
+                // and rows counted from 0 where the library counts from 1.
+                rtp[0] &= static_cast<unsigned char>(~0x10);
+                put16(rtp + 16, (get16(rtp + 16) & 0x8000) | ((get16(rtp + 16) & 0x7FFF) - 1));
+            }
             const std::size_t rtp_bytes = kRtpHeaderBytes + get16(rtp + 14);  // the SRD length
             const auto packet = frame_packet(rtp, rtp_bytes, to, ip_id++);
             const double when = frame_start + k * spacing;
@@ -169,7 +174,7 @@ void run_rtp_pack(const RtpPackOptions& options) {
 
 namespace {
 
-// One received segment's place and bytes.
+// One received segment's place and bytes; row counts from 0.
 struct Segment {
     std::uint32_t row = 0, offset = 0, pixels = 0;
     const unsigned char* payload = nullptr;
@@ -179,13 +184,42 @@ struct Segment {
 // Decodes a segment into its v210 line: the group that holds its first
 // pixel is offset / 6 groups in, the phase offset mod 6.
 void decode_segment(const Segment& segment, unsigned char* frame, std::size_t pitch) {
-    unsigned char* line = frame + std::size_t{segment.row - 1} * pitch;
+    unsigned char* line = frame + std::size_t{segment.row} * pitch;
     auto* group = reinterpret_cast<unsigned int*>(line + segment.offset / 6 * 16);
     const unsigned long phase = segment.offset % 6;
     const long pairs = static_cast<long>((segment.pixels + 1) / 2);
     const long lead_in = phase == 2 ? 2 : phase == 4 ? 1 : 0;
     ccnvt_4175_to_v210(group, segment.payload, static_cast<std::int64_t>(segment.payload_bytes),
                        std::max(0L, pairs - lead_in), phase);
+}
+
+// The SRD row field of a captured RTP packet, or -1 for a packet that is
+// not UDP with room for the headers.
+int srd_row_of(const pcap_pkthdr* header, const u_char* data) {
+    if (header->caplen < kEthernetBytes + kIpv4Bytes + kUdpBytes + kRtpHeaderBytes || get16(data + 12) != 0x0800)
+        return -1;
+    const unsigned char* ip = data + kEthernetBytes;
+    const std::size_t ip_header = std::size_t{ip[0] & 0x0Fu} * 4;
+    if (ip[9] != 17 || header->caplen < kEthernetBytes + ip_header + kUdpBytes + kRtpHeaderBytes) return -1;
+    return static_cast<int>(get16(ip + ip_header + kUdpBytes + 16) & 0x7FFF);
+}
+
+// The library numbers rows from 1, RFC 4175 senders (and `pack --strict`)
+// from 0: a capture in which some packet carries row 0 counts from 0.
+std::uint32_t first_row_number(const std::string& path) {
+    char error[PCAP_ERRBUF_SIZE] = "";
+    pcap_t* capture = pcap_open_offline(path.c_str(), error);
+    if (capture == nullptr) return 1;
+    pcap_pkthdr* header = nullptr;
+    const u_char* data = nullptr;
+    std::uint32_t first = 1;
+    while (pcap_next_ex(capture, &header, &data) == 1)
+        if (srd_row_of(header, data) == 0) {
+            first = 0;
+            break;
+        }
+    pcap_close(capture);
+    return first;
 }
 
 }  // namespace
@@ -202,6 +236,7 @@ void run_rtp_unpack(const RtpUnpackOptions& options) {
         throw UserError("'" + options.input + "' is not an Ethernet capture");
     }
     const std::size_t pitch = v210_row_bytes(size.width);
+    const std::uint32_t first_row = first_row_number(options.input);
     std::vector<unsigned char> frame(v210.frame_bytes(size.width, size.height, 0) + 64, 0);
     OutputFile output(options.output);
     std::size_t packet_number = 0, frames = 0, lost = 0, out_of_order = 0, pending_segments = 0;
@@ -235,14 +270,15 @@ void run_rtp_unpack(const RtpUnpackOptions& options) {
         have_sequence = true;
         Segment segment;
         const std::uint32_t srd_length = get16(rtp + 14);
-        segment.row = get16(rtp + 16) & 0x7FFF;
+        const std::uint32_t row_field = get16(rtp + 16) & 0x7FFF;
+        segment.row = row_field - first_row;
         segment.offset = get16(rtp + 18) & 0x7FFF;
         segment.pixels = (2 * srd_length + 4) / 5;
         segment.payload = rtp + kRtpHeaderBytes;
         segment.payload_bytes = std::min<std::size_t>(srd_length, rtp_bytes - kRtpHeaderBytes);
-        if (segment.row < 1 || segment.row > size.height || segment.offset % 2 != 0 ||
+        if (row_field < first_row || segment.row >= size.height || segment.offset % 2 != 0 ||
             segment.offset + segment.pixels > size.width + 1)
-            fail("its segment (row " + std::to_string(segment.row) + ", offset " + std::to_string(segment.offset) +
+            fail("its segment (row " + std::to_string(row_field) + ", offset " + std::to_string(segment.offset) +
                  ") lies outside a " + options.size + " frame");
         decode_segment(segment, frame.data(), pitch);
         ++pending_segments;

@@ -11,29 +11,6 @@ namespace {
 
 using namespace cconvert::bench;
 
-// Runs convert(destination, source, width, height) on a frame of in_bytes
-// per pixel into one of out_bytes per pixel, both tight.
-template <class Convert>
-void run_frame(benchmark::State& state, int in_bytes, int out_bytes, Convert convert) {
-    const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
-    const std::size_t pixels = std::size_t(width) * height;
-    auto source = random_frame(in_bytes * pixels);
-    std::vector<unsigned char> destination(out_bytes * pixels);
-    for (auto _ : state) {
-        convert(destination.data(), source.data(), width, height);
-        benchmark::ClobberMemory();
-    }
-    count_bytes(state, in_bytes * pixels, out_bytes * pixels);
-}
-
-#define OURS(name, in_bytes, out_bytes, call)                                          \
-    void BM_##name(benchmark::State& state) {                                        \
-        const KernelSelection kernel(state);                                         \
-        run_frame(state, in_bytes, out_bytes,                                        \
-                  [](unsigned char* d, unsigned char* s, long w, long h) { call; }); \
-    }                                                                                \
-    BENCHMARK(BM_##name)->Apply(frame_sizes_and_kernels)
-
 OURS(alpha_to_rgba, 1, 4, ccnvt_alpha_to_rgba(d, 4 * w, s, w, w, h));
 OURS(rgba_to_alpha, 4, 1, ccnvt_rgba_to_alpha(d, w, s, 4 * w, w, h));
 // Reads and writes the pixels in place: counted as 4 bytes in and 4 out.
@@ -54,17 +31,10 @@ BENCHMARK(BM_alpha_memcpy)->Apply([](benchmark::internal::Benchmark* b) {
 });
 
 #ifdef CCNVT_BENCH_LIBYUV
-#define PEER(name, in_bytes, out_bytes, call)                                        \
-    void BM_libyuv_##name(benchmark::State& state) {                               \
-        run_frame(state, in_bytes, out_bytes,                                      \
-                  [](unsigned char* d, unsigned char* s, int w, int h) { call; }); \
-    }                                                                              \
-    BENCHMARK(BM_libyuv_##name)->Apply(frame_sizes)
-
-PEER(ARGBExtractAlpha, 4, 1, libyuv::ARGBExtractAlpha(s, 4 * w, d, w, w, h));
+LIBYUV_PEER(ARGBExtractAlpha, 4, 1, libyuv::ARGBExtractAlpha(s, 4 * w, d, w, w, h));
 // Reads the plane and reads and writes the pixels: counted as 1 in and 4 out.
-PEER(ARGBCopyYToAlpha, 1, 4, libyuv::ARGBCopyYToAlpha(s, w, d, 4 * w, w, h));
-PEER(UYVYToY, 2, 1, libyuv::UYVYToY(s, 2 * w, d, w, w, h));
+LIBYUV_PEER(ARGBCopyYToAlpha, 1, 4, libyuv::ARGBCopyYToAlpha(s, w, d, 4 * w, w, h));
+LIBYUV_PEER(UYVYToY, 2, 1, libyuv::UYVYToY(s, 2 * w, d, w, w, h));
 #endif
 
 }  // namespace

@@ -42,6 +42,39 @@ std::vector<unsigned char> random_frame(std::size_t bytes, std::uint32_t seed = 
 // The physical bound: a memcpy of the given bytes (read and written).
 void copy_bound(benchmark::State& state, std::size_t bytes);
 
+// Runs convert(destination, source, width, height) on a frame of in_bytes
+// per pixel into one of out_bytes per pixel, both tight.
+template <class Convert>
+void run_frame(benchmark::State& state, int in_bytes, int out_bytes, Convert convert) {
+    const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
+    const std::size_t pixels = std::size_t(width) * height;
+    auto source = random_frame(in_bytes * pixels);
+    std::vector<unsigned char> destination(out_bytes * pixels);
+    for (auto _ : state) {
+        convert(destination.data(), source.data(), width, height);
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state, in_bytes * pixels, out_bytes * pixels);
+}
+
 }  // namespace cconvert::bench
+
+// An entry of ours, BM_<name>, over tight frames of in_bytes and out_bytes
+// per pixel, under every kernel class; `call` sees d, s, w, h.
+#define OURS(name, in_bytes, out_bytes, call)                                          \
+    void BM_##name(benchmark::State& state) {                                        \
+        const cconvert::bench::KernelSelection kernel(state);                        \
+        cconvert::bench::run_frame(state, in_bytes, out_bytes,                       \
+                                   [](unsigned char* d, unsigned char* s, long w, long h) { call; }); \
+    }                                                                                \
+    BENCHMARK(BM_##name)->Apply(cconvert::bench::frame_sizes_and_kernels)
+
+// libyuv's nearest equivalent, BM_libyuv_<name>, on the same frames.
+#define LIBYUV_PEER(name, in_bytes, out_bytes, call)                                 \
+    void BM_libyuv_##name(benchmark::State& state) {                               \
+        cconvert::bench::run_frame(state, in_bytes, out_bytes,                     \
+                                   [](unsigned char* d, unsigned char* s, int w, int h) { call; }); \
+    }                                                                              \
+    BENCHMARK(BM_libyuv_##name)->Apply(cconvert::bench::frame_sizes)
 
 #endif

@@ -13,30 +13,6 @@ namespace {
 
 using namespace cconvert::bench;
 
-// Runs convert(destination, source, width, height) on a frame of in_bytes
-// per pixel into one of out_bytes per pixel, both tight.
-template <class Convert>
-void run_frame(benchmark::State& state, int in_bytes, int out_bytes, Convert convert) {
-    const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
-    const std::size_t pixels = std::size_t(width) * height;
-    auto source = random_frame(in_bytes * pixels);
-    std::vector<unsigned char> destination(out_bytes * pixels);
-    for (auto _ : state) {
-        convert(destination.data(), source.data(), width, height);
-        benchmark::ClobberMemory();
-    }
-    count_bytes(state, in_bytes * pixels, out_bytes * pixels);
-}
-
-// Ours, under the kernel class of the third argument.
-#define OURS(name, in_bytes, out_bytes, call)                                          \
-    void BM_##name(benchmark::State& state) {                                        \
-        const KernelSelection kernel(state);                                         \
-        run_frame(state, in_bytes, out_bytes,                                        \
-                  [](unsigned char* d, unsigned char* s, long w, long h) { call; }); \
-    }                                                                                \
-    BENCHMARK(BM_##name)->Apply(frame_sizes_and_kernels)
-
 OURS(rgba32_rgb24, 4, 3, ccnvt_rgba32_rgb24_inplace(d, 3 * w, s, 4 * w, w, h));
 OURS(rgb24_rgba32, 3, 4, ccnvt_rgb24_rgba32_inplace(d, 4 * w, s, 3 * w, w, h));
 OURS(rgb24_rgba32_in_place, 3, 4, (ccnvt_rgb24_rgba32_inplace(d, 4 * w, d, 3 * w, w, h), (void)s));
@@ -62,13 +38,6 @@ BENCHMARK(BM_rgb_memcpy)->Apply([](benchmark::internal::Benchmark* b) {
 });
 
 #ifdef CCNVT_BENCH_LIBYUV
-#define PEER(name, in_bytes, out_bytes, call)                                        \
-    void BM_libyuv_##name(benchmark::State& state) {                               \
-        run_frame(state, in_bytes, out_bytes,                                      \
-                  [](unsigned char* d, unsigned char* s, int w, int h) { call; }); \
-    }                                                                              \
-    BENCHMARK(BM_libyuv_##name)->Apply(frame_sizes)
-
 // libyuv's shuffler for bytes 2 1 0 3 (its ARGBToABGR) and 1 2 3 0.
 const std::uint8_t kSwapRedBlue[16] = {2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15};
 const std::uint8_t kRotate[16] = {1, 2, 3, 0, 5, 6, 7, 4, 9, 10, 11, 8, 13, 14, 15, 12};
@@ -76,15 +45,15 @@ const std::uint8_t kRotate[16] = {1, 2, 3, 0, 5, 6, 7, 4, 9, 10, 11, 8, 13, 14, 
 // 5-6-5 red and blue get.
 const std::uint8_t kHalfBayer[16] = {0, 4, 1, 5, 6, 2, 7, 3, 1, 5, 0, 4, 7, 3, 6, 2};
 
-PEER(ARGBToRGB24, 4, 3, libyuv::ARGBToRGB24(s, 4 * w, d, 3 * w, w, h));
-PEER(RGB24ToARGB, 3, 4, libyuv::RGB24ToARGB(s, 3 * w, d, 4 * w, w, h));
-PEER(ARGBToABGR, 4, 4, libyuv::ARGBToABGR(s, 4 * w, d, 4 * w, w, h));
-PEER(ARGBShuffle_swap, 4, 4, libyuv::ARGBShuffle(s, 4 * w, d, 4 * w, kSwapRedBlue, w, h));
-PEER(ARGBShuffle_rotate, 4, 4, libyuv::ARGBShuffle(s, 4 * w, d, 4 * w, kRotate, w, h));
-PEER(ARGBToARGB1555, 4, 2, libyuv::ARGBToARGB1555(s, 4 * w, d, 2 * w, w, h));
-PEER(ARGBToRGB565, 4, 2, libyuv::ARGBToRGB565(s, 4 * w, d, 2 * w, w, h));
-PEER(ARGBToRGB565Dither, 4, 2, libyuv::ARGBToRGB565Dither(s, 4 * w, d, 2 * w, kHalfBayer, w, h));
-PEER(ARGB1555ToARGB, 2, 4, libyuv::ARGB1555ToARGB(s, 2 * w, d, 4 * w, w, h));
+LIBYUV_PEER(ARGBToRGB24, 4, 3, libyuv::ARGBToRGB24(s, 4 * w, d, 3 * w, w, h));
+LIBYUV_PEER(RGB24ToARGB, 3, 4, libyuv::RGB24ToARGB(s, 3 * w, d, 4 * w, w, h));
+LIBYUV_PEER(ARGBToABGR, 4, 4, libyuv::ARGBToABGR(s, 4 * w, d, 4 * w, w, h));
+LIBYUV_PEER(ARGBShuffle_swap, 4, 4, libyuv::ARGBShuffle(s, 4 * w, d, 4 * w, kSwapRedBlue, w, h));
+LIBYUV_PEER(ARGBShuffle_rotate, 4, 4, libyuv::ARGBShuffle(s, 4 * w, d, 4 * w, kRotate, w, h));
+LIBYUV_PEER(ARGBToARGB1555, 4, 2, libyuv::ARGBToARGB1555(s, 4 * w, d, 2 * w, w, h));
+LIBYUV_PEER(ARGBToRGB565, 4, 2, libyuv::ARGBToRGB565(s, 4 * w, d, 2 * w, w, h));
+LIBYUV_PEER(ARGBToRGB565Dither, 4, 2, libyuv::ARGBToRGB565Dither(s, 4 * w, d, 2 * w, kHalfBayer, w, h));
+LIBYUV_PEER(ARGB1555ToARGB, 2, 4, libyuv::ARGB1555ToARGB(s, 2 * w, d, 4 * w, w, h));
 #endif
 
 }  // namespace

@@ -1,4 +1,4 @@
-/* cconvert: 8-bit and 16-bit RGB.
+/* cconvert: RGB in 8, 16, 48 and 64 bits.
  *
  * Byte orders (b0 is the byte at the lowest address of a pixel):
  *   rgba32 (also rgb32): b0 blue, b1 green, b2 red, b3 alpha; as a
@@ -130,6 +130,128 @@ CCNVT_EXPORT void ccnvt_rgba32_rgb16(void* destination, long destination_pitch, 
 CCNVT_EXPORT void ccnvt_rgb16_rgba32_inplace(void* destination, long destination_pitch,
                                              const void* source, long source_pitch, long width,
                                              long height);
+
+/* ---- 48- and 64-bit RGB ----
+ *
+ * Arrays of 16-bit words per pixel (w0 at the lowest address), each word
+ * matched to an rgba32 byte (b0 blue, b1 green, b2 red, b3 alpha):
+ *   rgb48  w0 b0, w1 b1, w2 b2                 bgr48  w0 b2, w1 b1, w2 b0
+ *   rgba64 w0 b0, w1 b1, w2 b2, w3 b3          argb64 w0 b3, w1 b0, w2 b1, w3 b2
+ *   abgr64 w0 b3, w1 b2, w2 b1, w3 b0          bgra64 w0 b2, w1 b1, w2 b0, w3 b3
+ * all little-endian; argb64be holds four big-endian words p0..p3 whose order
+ * the `mode` argument names (see below).
+ *
+ * bits is the number of significant bits in each word (16, or 10 or 12 for
+ * right-justified deep samples). With s = (bits - 8) modulo 32, a reduction
+ * to 8 bits is (word >> s) cut to its low 8 bits and a widening is
+ * (byte << s) cut to 16 bits: no rounding, clamping or bit replication
+ * (0xFF becomes 0xFF00 at 16 bits and 0x3FC at 10; a word above the declared
+ * depth wraps in its low 8 bits).
+ *
+ * Unless a function says otherwise: nothing is done when height is 0 or width
+ * is below 1; |height| rows, destination row k from source row k, starting at
+ * pointer + k * pitch. Reductions to rgba32 walk rows first to last and
+ * pixels front to back, so they work in place (destination pitch not above
+ * source pitch); widenings from rgba32 walk rows last to first and pixels back
+ * to front, so they work in place with a destination pitch of at least twice
+ * (1.5 times for 48 bits) the source pitch. */
+
+/* b0 = w0 >> s, b1 = w1 >> s, b2 = w2 >> s, b3 = 0 (alpha 0, not 0xFF).
+ * Nothing is done when height is 0. Rows from the last to the first for a
+ * positive height and from the first to the last for a negative one, pixels
+ * back to front: not for overlapping frames. */
+CCNVT_EXPORT void ccnvt_rgb48_rgba32(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height, int bits);
+/* b0 = w2 >> s, b1 = w1 >> s, b2 = w0 >> s, b3 = 0; rows as ccnvt_rgb48_rgba32. */
+CCNVT_EXPORT void ccnvt_bgr48_rgba32(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height, int bits);
+/* bi = wi >> s, i = 0..3. */
+CCNVT_EXPORT void ccnvt_rgba64_rgba32(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+/* b0 = w1, b1 = w2, b2 = w3, b3 = w0, each >> s. */
+CCNVT_EXPORT void ccnvt_argb64_rgba32(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+/* b0 = w3, b1 = w2, b2 = w1, b3 = w0, each >> s. */
+CCNVT_EXPORT void ccnvt_abgr64_rgba32(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+/* b0 = w2, b1 = w1, b2 = w0, b3 = w3, each >> s. */
+CCNVT_EXPORT void ccnvt_bgra64_rgba32(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+
+/* w0 = b0 << s, w1 = b1 << s, w2 = b2 << s (alpha dropped). */
+CCNVT_EXPORT void ccnvt_rgba32_rgb48(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height, int bits);
+/* w0 = b2 << s, w1 = b1 << s, w2 = b0 << s. */
+CCNVT_EXPORT void ccnvt_rgba32_bgr48(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height, int bits);
+/* wi = bi << s, i = 0..3. */
+CCNVT_EXPORT void ccnvt_rgba32_rgba64(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+/* w0 = b3, w1 = b0, w2 = b1, w3 = b2, each << s (the inverse arrangement of
+ * ccnvt_argb64_rgba32). */
+CCNVT_EXPORT void ccnvt_rgba32_argb64(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+/* bgra32 (b0 red, b1 green, b2 blue, b3 alpha) to rgba64:
+ * w0 = b2, w1 = b1, w2 = b0, w3 = b3, each << s (red and blue exchanged, as
+ * in ccnvt_rgba32_bgr48; alpha kept). */
+CCNVT_EXPORT void ccnvt_bgra32_rgba64(void* destination, long destination_pitch, const void* source,
+                                      long source_pitch, long width, long height, int bits);
+
+/* w0..w2 copied, w3 = 0xFFFF. Rows last to first and pixels back to front,
+ * row r of each side being the span of pixels that ends at
+ * pointer + (r + 1) * pitch: with wider pitches the pixels sit at the end of
+ * each pitch span. In place on one buffer with pitches 6 * width and
+ * 8 * width. A negative height converts |height| rows like a positive one. */
+CCNVT_EXPORT void ccnvt_rgb48_rgba64(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height);
+/* w0 = in w2, w1 = in w1, w2 = in w0, w3 = 0xFFFF; rows as ccnvt_rgb48_rgba64. */
+CCNVT_EXPORT void ccnvt_bgr48_rgba64(void* destination, long destination_pitch, const void* source,
+                                     long source_pitch, long width, long height);
+
+/* Big-endian 64-bit pixels p0 p1 p2 p3. swap() exchanges a word's bytes.
+ * The mode names the order of the source's words, and the output is always
+ * in rgba64/rgba32 order (blue, green, red, alpha):
+ *   mode 0  alpha, red, green, blue   out = swap(p3), swap(p2), swap(p1), swap(p0)
+ *   mode 1  red, green, blue, alpha   out = swap(p2), swap(p1), swap(p0), swap(p3)
+ *   mode 2  alpha, blue, green, red   out = swap(p1), swap(p2), swap(p3), swap(p0)
+ *   mode 3  blue, green, red, alpha   out = swap(p0), swap(p1), swap(p2), swap(p3)
+ * The three-channel outputs take modes 0 and 2 only and drop the alpha; with
+ * any other mode a converter writes nothing. */
+
+/* 48-bit output, words unchanged after the swap; the argument before the
+ * mode is unused. Nothing is done when height or width is below 1. Rows
+ * from height - 1 down to 0, pixels back to front. */
+CCNVT_EXPORT void ccnvt_argb64be_rgb48(void* destination, long destination_pitch, const void* source,
+                                       long source_pitch, long width, long height, int unused, int mode);
+/* rgb24 output, each word >> s. Nothing is done when height is 0; rows as
+ * ccnvt_rgb48_rgba32, pixels back to front. */
+CCNVT_EXPORT void ccnvt_argb64be_rgb24(void* destination, long destination_pitch, const void* source,
+                                       long source_pitch, long width, long height, int bits, int mode);
+/* rgba64 output, words unchanged after the swap; the 64-bit argument is
+ * unused. Modes 0 to 3. */
+CCNVT_EXPORT void ccnvt_argb64be_rgba64(void* destination, long destination_pitch, const void* source,
+                                        long source_pitch, long width, long height, long unused, int mode);
+/* rgba32 output, each word >> s. Modes 0 to 3. */
+CCNVT_EXPORT void ccnvt_argb64be_rgba32(void* destination, long destination_pitch, const void* source,
+                                        long source_pitch, long width, long height, int bits, int mode);
+
+/* Reorders width * height pixels of 16-bit words as one run (no pitches);
+ * words are copied unchanged. A pixel has four words when its bits argument
+ * is 64 and three otherwise. The run goes first to cconvert_argb64_reorder_arm,
+ * then _intel, with (destination, source, count, source_order,
+ * destination_order, source_bits, destination_bits); when both decline:
+ *   source slots (i0, i1, i2, i3) by source_order, four-word source:
+ *     0 (0, 1, 2, 3), 1 (1, 2, 3, 0), 2 (2, 1, 0, 3), 3 (3, 2, 1, 0);
+ *   three-word source: 0 and 1 (0, 1, 2, none), 2 and 3 (2, 1, 0, none);
+ *   output words by destination_order: 0 (i0, i1, i2, i3), 1 (i3, i0, i1, i2),
+ *     2 (i2, i1, i0, i3), 3 (i3, i2, i1, i0);
+ * a slot of none writes 0 (no opaque alpha is made up); a three-word
+ * destination takes the first three. An order outside 0 to 3 ends the call.
+ * Pixels front to back: in place when destination == source and the
+ * destination pixel is not wider than the source one. */
+CCNVT_EXPORT void ccnvt_argb64_reorder(void* destination, const void* source, long width, long height,
+                                       int source_order, int destination_order, unsigned int source_bits,
+                                       unsigned int destination_bits);
 
 /* ---- older names: each is the function it names ---- */
 

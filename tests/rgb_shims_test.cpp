@@ -16,6 +16,7 @@ struct ShimRecord {
     bool recording = false;  // only the tests of this file look at the offers
     std::vector<std::string> offers;
     bool arm_accepts = false, intel_accepts = false;
+    const void* base = nullptr;  // offers without a source give offsets from here
 };
 ShimRecord shims;
 
@@ -51,6 +52,12 @@ int cconvert_rgba32_to_bgr24_arm(void* destination, void* source, long pixels) {
 }
 int cconvert_rgba32_to_bgr24_intel(void* destination, void* source, long pixels) {
     return record(shims.intel_accepts, offer("narrow_intel", destination, source, pixels, 0));
+}
+int cconvert_fill_dword_arm(void* destination, unsigned int value, unsigned int count) {
+    return record(shims.arm_accepts, offer("fill_arm", destination, shims.base, count, value));
+}
+int cconvert_fill_dword_intel(void* destination, unsigned int value, unsigned int count) {
+    return record(shims.intel_accepts, offer("fill_intel", destination, shims.base, count, value));
 }
 static std::string reorder_offer(const char* shim, void* destination, void* source, long count, int source_order,
                                  int destination_order, unsigned int source_bits, unsigned int destination_bits) {
@@ -157,6 +164,29 @@ TEST_F(RgbShims, TheReorderOffersItsWholeRunWithEveryArgument) {
     ccnvt_argb64_reorder(words.data() + 12, words.data(), 3, 1, 3, 0, 64, 64);
     EXPECT_EQ(words, before);
     EXPECT_EQ(shims.offers.size(), 2u);
+}
+
+TEST_F(RgbShims, Rle8Rgba32OffersEachEncodedRunAsAFillOfItsAlphaZeroColour) {
+    // Palette entry 1 is 01 02 03 99: the fill value is 0x00030201.
+    std::vector<unsigned char> palette(8, 0);
+    palette[4] = 1, palette[5] = 2, palette[6] = 3, palette[7] = 0x99;
+    const unsigned char stream[] = {3, 1, 0, 3, 1, 1, 1, 0xEE, 0, 0, 2, 0, 0, 1};
+    std::vector<unsigned char> frame(2 * 32, 0xEE);
+    shims.base = frame.data();
+    ccnvt_rle8_rgba32(frame.data(), 32, stream, 0, 8, 2, palette.data());
+    EXPECT_EQ(shims.offers, (std::vector<std::string>{"fill_arm 32 3 197121", "fill_intel 32 3 197121",
+                                                       "fill_arm 0 2 0", "fill_intel 0 2 0"}));
+    EXPECT_EQ(frame[32], 1);
+    EXPECT_EQ(frame[35], 0);
+    // A shim that accepts does the run: the absolute run is written, the fills are not.
+    start();
+    shims.arm_accepts = true;
+    std::vector<unsigned char> accepted(2 * 32, 0xEE);
+    ccnvt_rle8_rgba32(accepted.data(), 32, stream, 0, 8, 2, palette.data());
+    EXPECT_EQ(shims.offers.size(), 2u);
+    EXPECT_EQ(accepted[32], 0xEE);
+    EXPECT_EQ(accepted[32 + 12], 1);
+    EXPECT_EQ(accepted[0], 0xEE);
 }
 
 }  // namespace

@@ -253,6 +253,59 @@ CCNVT_EXPORT void ccnvt_argb64_reorder(void* destination, const void* source, lo
                                        int source_order, int destination_order, unsigned int source_bits,
                                        unsigned int destination_bits);
 
+/* ---- palette and run-length decoding ----
+ *
+ * The palette is the caller's, neither copied nor checked: entries of 3 bytes
+ * (blue, green, red) for the rgb24 decoders and of 4 bytes for the rgba32
+ * ones. */
+
+/* 8-bit indices: destination pixel x = the whole 4-byte entry of source
+ * byte x (the entry's fourth byte becomes the alpha). Nothing is done when
+ * height is 0 or width is below 1; |height| rows, row k to row k; not for
+ * overlapping frames. */
+CCNVT_EXPORT void ccnvt_rgb8_rgba32(void* destination, long destination_pitch, const void* source,
+                                    long source_pitch, long width, long height, const void* palette);
+
+/* Run-length streams of 8-bit (rle8) and 4-bit (rle4) indices, as bottom-up
+ * bitmaps store them. The source is one continuous run of two-byte codes
+ * (first, second), and the source pitch is ignored:
+ *   first n >= 1   encoded run of n pixels: rle8 all of colour second; rle4
+ *                  the high and low nibbles of second by turns, high first;
+ *   0, 0           end of line: the rest of the row is left as it is and
+ *                  decoding goes on at the start of the row one pitch above;
+ *   0, 1           end of bitmap: decoding stops;
+ *   0, 2           delta is not supported: decoding stops as at end of bitmap;
+ *   0, n >= 3      absolute run: n indices follow (rle8 n bytes; rle4 n
+ *                  nibbles, high first), padded so that the next code starts
+ *                  at an even offset from the start of the indices.
+ * Nothing is done when height is 0. The first row written is the bottom one,
+ * destination + (|height| - 1) * pitch; decoding ends after |height| ends of
+ * line, or at an end of bitmap or a delta. Decoded pixels take bytes 0 to 2
+ * of their palette entry; the rgba32 decoders write alpha 0.
+ *
+ * Bad input: the decoders trust the stream, as a bitmap file holds it. No
+ * index is checked against the palette, and the stream's length is not known
+ * to them: a stream without enough ends of line or an end of bitmap is read
+ * past its end. The caller validates streams from untrusted files first. */
+
+/* rgb24 output. Pixels that fall beyond the row's width are dropped (the
+ * indices of an absolute run are still consumed in full). */
+CCNVT_EXPORT void ccnvt_rle8_rgb24(void* destination, long destination_pitch, const void* source,
+                                   long ignored_pitch, long width, long height, const void* palette);
+CCNVT_EXPORT void ccnvt_rle4_rgb24(void* destination, long destination_pitch, const void* source,
+                                   long ignored_pitch, long width, long height, const void* palette);
+/* rgba32 output, alpha 0, clipped to the width like the rgb24 decoders. */
+CCNVT_EXPORT void ccnvt_rle4_rgba32(void* destination, long destination_pitch, const void* source,
+                                    long ignored_pitch, long width, long height, const void* palette);
+/* rgba32 output, alpha 0, NOT clipped: the width is not used, and a run that
+ * goes past the end of its row is written whole into the bytes that follow,
+ * which is the caller's concern. Each encoded run goes first to
+ * cconvert_fill_dword_arm, then _intel, with (the run's first pixel, its
+ * colour as a little-endian value with alpha 0, its length). The bottom row
+ * is found from the height as passed: pass a positive height. */
+CCNVT_EXPORT void ccnvt_rle8_rgba32(void* destination, long destination_pitch, const void* source,
+                                    long ignored_pitch, long width, long height, const void* palette);
+
 /* ---- older names: each is the function it names ---- */
 
 CCNVT_EXPORT void ccnvt_rgb32_rgb24_inplace(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height); /* ccnvt_rgba32_rgb24_inplace */
@@ -272,6 +325,9 @@ CCNVT_EXPORT void ccnvt_rgb32_rgb16(void* destination, long destination_pitch, v
 CCNVT_EXPORT void ccnvt_rgb32_rgb16_565(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);           /* ccnvt_rgba32_rgb16_565 */
 CCNVT_EXPORT void ccnvt_rgb32_rgb16_dithered(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);      /* ccnvt_rgba32_rgb16_dithered */
 CCNVT_EXPORT void ccnvt_rgb32_rgb16_565_dithered(void* destination, long destination_pitch, void* source, long source_pitch, long width, long height);  /* ccnvt_rgba32_rgb16_565_dithered */
+CCNVT_EXPORT void ccnvt_rgb8_rgb32(void* destination, long destination_pitch, const void* source, long source_pitch, long width, long height, const void* palette);  /* ccnvt_rgb8_rgba32 */
+CCNVT_EXPORT void ccnvt_rle8_rgb32(void* destination, long destination_pitch, const void* source, long ignored_pitch, long width, long height, const void* palette); /* ccnvt_rle8_rgba32 */
+CCNVT_EXPORT void ccnvt_rle4_rgb32(void* destination, long destination_pitch, const void* source, long ignored_pitch, long width, long height, const void* palette); /* ccnvt_rle4_rgba32 */
 
 CCNVT_C_END
 

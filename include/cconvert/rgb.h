@@ -1,4 +1,4 @@
-/* cconvert: RGB in 8, 16, 48 and 64 bits.
+/* cconvert: RGB in 8, 16, 48 and 64 bits; palette and RLE decoding; planar RGB.
  *
  * Byte orders (b0 is the byte at the lowest address of a pixel):
  *   rgba32 (also rgb32): b0 blue, b1 green, b2 red, b3 alpha; as a
@@ -305,6 +305,55 @@ CCNVT_EXPORT void ccnvt_rle4_rgba32(void* destination, long destination_pitch, c
  * is found from the height as passed: pass a positive height. */
 CCNVT_EXPORT void ccnvt_rle8_rgba32(void* destination, long destination_pitch, const void* source,
                                     long ignored_pitch, long width, long height, const void* palette);
+
+/* ---- planar RGB ----
+ *
+ * Interleaved frames split into one plane per channel: channel i of every
+ * pixel (byte or 16-bit word i in memory order) goes to plane i, so an
+ * rgba32 source gives blue, green, red and alpha planes in that order. Every
+ * plane has width samples per row (bytes, or 16-bit words for the planar16
+ * forms) and its rows are plane_pitch bytes apart. Nothing is done when
+ * height is 0 or width is below 1.
+ *
+ * With every plane pointer given, the frame goes to the image-library copy
+ * (source pitch, plane pitch, width and height passed as 32-bit integers), so
+ * a negative height converts nothing. A null plane pointer leaves that plane
+ * out: the other planes are split row by row (|height| rows, row k to row k),
+ * so that a caller can take, say, the alpha plane alone. Planes must not
+ * overlap the source. */
+CCNVT_EXPORT void ccnvt_rgba32_rgba_planar(void* plane0, void* plane1, void* plane2, void* plane3,
+                                           long plane_pitch, const void* source, long source_pitch,
+                                           long width, long height);
+CCNVT_EXPORT void ccnvt_rgb24_rgb_planar(void* plane0, void* plane1, void* plane2, long plane_pitch,
+                                         const void* source, long source_pitch, long width, long height);
+CCNVT_EXPORT void ccnvt_rgba64_rgba_planar16(void* plane0, void* plane1, void* plane2, void* plane3,
+                                             long plane_pitch, const void* source, long source_pitch,
+                                             long width, long height);
+CCNVT_EXPORT void ccnvt_rgb48_rgb_planar16(void* plane0, void* plane1, void* plane2, long plane_pitch,
+                                           const void* source, long source_pitch, long width, long height);
+
+/* Between 3-byte (rgb24) and 4-byte (rgba32) frames, the pixel sizes taken
+ * from the pitches: sb = source pitch / width and db = destination pitch /
+ * width (signed, truncated: a pitch of 4 * width + 2 still means 4 bytes).
+ * In this order:
+ *   - a null source or destination, or the same pointer with equal pitches:
+ *     nothing is done; a width of 0: nothing is done;
+ *   - sb 4, db 3: as ccnvt_rgba32_rgb24_inplace (alpha dropped);
+ *   - sb 3, db 4: as ccnvt_rgb24_rgba32_inplace, but the alpha is always
+ *     0xFF (the global a is not read);
+ *   - sb 3, db 3: each row's 3 * width bytes copied (rows first to last);
+ *   - any other sizes with equal pitches: one CopyMemoryFast of
+ *     width * height * sb bytes, counted in 32-bit unsigned arithmetic, so
+ *     row padding is not counted and a padded frame is copied short of its
+ *     end; pass a positive height;
+ *   - otherwise, when height and width are at least 1, rows first to last:
+ *     with pixels of |sb| and |db| bytes, equal sizes copy each row's
+ *     pixels, and unequal ones copy the first bytes of each pixel, as many as
+ *     the smaller holds, leaving the rest of each destination pixel as it is.
+ * Frames may overlap only as ccnvt_rgba32_rgb24_inplace and
+ * ccnvt_rgb24_rgba32_inplace allow. */
+CCNVT_EXPORT void ccnvt_rgba_full(void* destination, long destination_pitch, const void* source,
+                                  long source_pitch, long width, long height);
 
 /* ---- older names: each is the function it names ---- */
 

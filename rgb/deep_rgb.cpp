@@ -1,6 +1,8 @@
 // 48- and 64-bit RGB: reductions to rgba32, widenings from it, the 48-to-64
 // and big-endian converters and the span reorder of 16-bit channels. Entry
 // points and portable kernels.
+#include <utility>
+
 #include "cconvert/rgb.h"
 #include "frame/shim_protocol.h"
 #include "rgb/deep_rgb_kernels.h"
@@ -11,14 +13,45 @@ namespace {
 
 template <DeepShape In, DeepShape Out>
 void deep_row_front_to_back(unsigned char* destination, const unsigned char* source, std::size_t pixels,
-                            const DeepPattern& pattern) {
+                            const DeepPattern& pattern, const DeepShuffles&) {
     deep_pixels_front_to_back<In, Out>(destination, source, 0, pixels, pattern);
 }
 
 template <DeepShape In, DeepShape Out>
 void deep_row_back_to_front(unsigned char* destination, const unsigned char* source, std::size_t pixels,
-                            const DeepPattern& pattern) {
+                            const DeepPattern& pattern, const DeepShuffles&) {
     deep_pixels_back_to_front<In, Out>(destination, source, 0, pixels, pattern);
+}
+
+// Two pixels starting `offset` bytes into a load, into their slots.
+void gather_into_slots(std::uint8_t* mask, DeepShape in, std::size_t offset, const DeepPattern& pattern) {
+    for (std::size_t pixel = 0; pixel < 2; ++pixel)
+        for (std::size_t k = 0; k < 4; ++k) {
+            std::uint8_t* slot = mask + 8 * pixel + 2 * k;
+            const int unit = pattern.from[k];
+            const std::size_t at = offset + bytes_of(in) * pixel;
+            if (unit == kNoUnit) {
+                slot[0] = slot[1] = kZeroByte;
+            } else if (holds_words(in)) {
+                const auto word = static_cast<std::uint8_t>(at + 2 * unit);
+                slot[0] = pattern.big_endian_source ? word + 1 : word;
+                slot[1] = pattern.big_endian_source ? word : word + 1;
+            } else {
+                slot[0] = static_cast<std::uint8_t>(at + unit);
+                slot[1] = kZeroByte;
+            }
+        }
+}
+
+// The low bytes of two pixels' words starting `offset` bytes into a load, to
+// bytes `at` to at + 7 of the result.
+void select_low_bytes(std::uint8_t* mask, DeepShape in, std::size_t offset, std::size_t at,
+                      const DeepPattern& pattern) {
+    for (std::size_t i = 0; i < 16; ++i) mask[i] = kZeroByte;
+    for (std::size_t pixel = 0; pixel < 2; ++pixel)
+        for (std::size_t k = 0; k < 4; ++k)
+            if (pattern.from[k] != kNoUnit)
+                mask[at + 4 * pixel + k] = static_cast<std::uint8_t>(offset + bytes_of(in) * pixel + 2 * pattern.from[k]);
 }
 
 template <DeepShape In, DeepShape Out>
@@ -33,6 +66,20 @@ RowKernels<DeepRow> kernels_of(PixelOrder order) {
 }
 
 }  // namespace
+
+DeepShuffles deep_shuffles(DeepShape in, const DeepPattern& pattern) {
+    DeepShuffles s;
+    const std::size_t second = second_pair_offset(in);
+    gather_into_slots(s.gather_first, in, 0, pattern);
+    gather_into_slots(s.gather_second, in, second, pattern);
+    if (holds_words(in)) {
+        select_low_bytes(s.first_to_low, in, 0, 0, pattern);
+        select_low_bytes(s.second_to_low, in, second, 0, pattern);
+        select_low_bytes(s.first_to_high, in, 0, 8, pattern);
+        select_low_bytes(s.second_to_high, in, second, 8, pattern);
+    }
+    return s;
+}
 
 RowKernels<DeepRow> deep_row_kernels(DeepShape in, DeepShape out, PixelOrder order) {
 #define CCNVT_PICK(in_shape, out_shape) \
@@ -50,14 +97,11 @@ constexpr std::int8_t N = kNoUnit;
 
 // Output units from input units, no shift.
 DeepPattern moved(std::int8_t u0, std::int8_t u1, std::int8_t u2, std::int8_t u3 = N) {
-    return {{u0, u1, u2, u3}, false, 0, 0, {0, 0, 0, 0}};
+    return {{u0, u1, u2, u3}, false, 0, {0, 0, 0, 0}};
 }
-DeepPattern reduced(DeepPattern p, int bits) {
-    p.right = depth_shift(bits);
-    return p;
-}
-DeepPattern widened(DeepPattern p, int bits) {
-    p.left = depth_shift(bits);
+// The depth shift of a reduction or a widening.
+DeepPattern shifted(DeepPattern p, int bits) {
+    p.shift = depth_shift(bits);
     return p;
 }
 DeepPattern big_endian(DeepPattern p) {
@@ -99,23 +143,61 @@ struct DeepConversion {
     bool end_aligned = false;  // row r is the span of pixels that ends at (r + 1) * pitch
 };
 
-// Destination row k from source row k, for |height| rows.
+// Where row k of one side starts.
+struct FrameRows {
+    const unsigned char* base;
+    long pitch;
+    std::size_t row_bytes;
+    bool end_aligned;  // row k is the span of row_bytes that ends at (k + 1) * pitch
+
+    const unsigned char* row(long k) const {
+        return end_aligned ? base + (k + 1) * pitch - static_cast<long>(row_bytes) : base + k * pitch;
+    }
+    // The bytes that rows 0 to rows - 1 cover, from the lowest.
+    std::pair<const unsigned char*, std::size_t> extent(long rows) const {
+        const unsigned char* first = row(0);
+        const unsigned char* last = row(rows - 1);
+        const unsigned char* low = first < last ? first : last;
+        return {low, static_cast<std::size_t>((first < last ? last : first) - low) + row_bytes};
+    }
+};
+
+// Destination row k from source row k, for |height| rows. The order of the
+// rows shows only when the frames overlap; separate frames are walked the way
+// the destination rows ascend in memory, which the processor's prefetchers
+// follow best.
 void convert_rows(const DeepConversion& c, const DeepPattern& pattern, void* destination,
                   long destination_pitch, const void* source, long source_pitch, long width, long height) {
     const RowKernels<DeepRow> kernels = deep_row_kernels(c.in, c.out, c.pixels);
     const ChosenRowKernel<DeepRow> convert(kernels);
-    const std::size_t pixels = pixels_in(width);
-    const long rows = rows_in(height);
-    const bool upwards = c.rows == RowOrder::last_to_first ||
-                         (c.rows == RowOrder::last_to_first_when_height_positive && height > 0);
+    const DeepShuffles shuffles = deep_shuffles(c.in, pattern);
+    std::size_t pixels = pixels_in(width);
+    long rows = rows_in(height);
+    FrameRows to{static_cast<const unsigned char*>(destination), destination_pitch, bytes_of(c.out) * pixels,
+                 c.end_aligned};
+    FrameRows from{static_cast<const unsigned char*>(source), source_pitch, bytes_of(c.in) * pixels, c.end_aligned};
+    const auto [to_start, to_bytes] = to.extent(rows);
+    const auto [from_start, from_bytes] = from.extent(rows);
+    const bool apart = !ranges_overlap(to_start, to_bytes, from_start, from_bytes);
+    bool upwards = c.rows == RowOrder::last_to_first ||
+                   (c.rows == RowOrder::last_to_first_when_height_positive && height > 0);
+    if (apart) upwards = destination_pitch < 0;
+    // Rows without gaps between them are one row, where that walks the pixels
+    // in the same order.
+    const bool pixels_upwards = c.pixels == PixelOrder::back_to_front;
+    if (apart || upwards == pixels_upwards) {
+        const RowLayout merged = merged_if_contiguous(pixels, rows, destination_pitch, bytes_of(c.out), source_pitch,
+                                                      bytes_of(c.in));
+        if (merged.rows != rows) {
+            pixels = merged.pixels;
+            rows = merged.rows;
+            to = {to.base, merged.destination_pitch, bytes_of(c.out) * pixels, c.end_aligned};
+            from = {from.base, merged.source_pitch, bytes_of(c.in) * pixels, c.end_aligned};
+        }
+    }
     for (long i = 0; i < rows; ++i) {
         const long k = upwards ? rows - 1 - i : i;
-        if (c.end_aligned)
-            convert(row_start(destination, destination_pitch, k + 1) - bytes_of(c.out) * pixels,
-                    row_start(source, source_pitch, k + 1) - bytes_of(c.in) * pixels, pixels, pattern);
-        else
-            convert(row_start(destination, destination_pitch, k), row_start(source, source_pitch, k), pixels,
-                    pattern);
+        convert(const_cast<unsigned char*>(to.row(k)), from.row(k), pixels, pattern, shuffles);
     }
 }
 
@@ -136,16 +218,12 @@ constexpr DeepConversion kRgba32ToRgba64{DeepShape::bytes4, DeepShape::words4, P
 constexpr DeepConversion kRgb48ToRgba64{DeepShape::words3, DeepShape::words4, PixelOrder::back_to_front,
                                         RowOrder::last_to_first, true};
 
-void reduce_to_rgba32(const DeepConversion& c, const DeepPattern& pattern, int bits, void* destination,
-                      long destination_pitch, const void* source, long source_pitch, long width, long height) {
+// The converters to and from rgba32 that test height and width.
+void convert_to_or_from_rgba32(const DeepConversion& c, const DeepPattern& pattern, int bits, void* destination,
+                               long destination_pitch, const void* source, long source_pitch, long width,
+                               long height) {
     if (nothing_to_convert(width, height)) return;
-    convert_rows(c, reduced(pattern, bits), destination, destination_pitch, source, source_pitch, width, height);
-}
-
-void widen_from_rgba32(const DeepConversion& c, const DeepPattern& pattern, int bits, void* destination,
-                       long destination_pitch, const void* source, long source_pitch, long width, long height) {
-    if (nothing_to_convert(width, height)) return;
-    convert_rows(c, widened(pattern, bits), destination, destination_pitch, source, source_pitch, width, height);
+    convert_rows(c, shifted(pattern, bits), destination, destination_pitch, source, source_pitch, width, height);
 }
 
 // ---- the span reorder ----
@@ -168,38 +246,38 @@ using namespace cconvert::detail;
 void ccnvt_rgb48_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                         long width, long height, int bits) {
     if (height == 0) return;
-    convert_rows(kRgb48ToRgba32, reduced(moved(0, 1, 2), bits), destination, destination_pitch, source,
+    convert_rows(kRgb48ToRgba32, shifted(moved(0, 1, 2), bits), destination, destination_pitch, source,
                  source_pitch, width, height);
 }
 
 void ccnvt_bgr48_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                         long width, long height, int bits) {
     if (height == 0) return;
-    convert_rows(kRgb48ToRgba32, reduced(moved(2, 1, 0), bits), destination, destination_pitch, source,
+    convert_rows(kRgb48ToRgba32, shifted(moved(2, 1, 0), bits), destination, destination_pitch, source,
                  source_pitch, width, height);
 }
 
 void ccnvt_rgba64_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    reduce_to_rgba32(kRgba64ToRgba32, moved(0, 1, 2, 3), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba64ToRgba32, moved(0, 1, 2, 3), bits, destination, destination_pitch, source,
                      source_pitch, width, height);
 }
 
 void ccnvt_argb64_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    reduce_to_rgba32(kRgba64ToRgba32, moved(1, 2, 3, 0), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba64ToRgba32, moved(1, 2, 3, 0), bits, destination, destination_pitch, source,
                      source_pitch, width, height);
 }
 
 void ccnvt_abgr64_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    reduce_to_rgba32(kRgba64ToRgba32, moved(3, 2, 1, 0), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba64ToRgba32, moved(3, 2, 1, 0), bits, destination, destination_pitch, source,
                      source_pitch, width, height);
 }
 
 void ccnvt_bgra64_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    reduce_to_rgba32(kRgba64ToRgba32, moved(2, 1, 0, 3), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba64ToRgba32, moved(2, 1, 0, 3), bits, destination, destination_pitch, source,
                      source_pitch, width, height);
 }
 
@@ -207,31 +285,31 @@ void ccnvt_bgra64_rgba32(void* destination, long destination_pitch, const void* 
 
 void ccnvt_rgba32_rgb48(void* destination, long destination_pitch, const void* source, long source_pitch,
                         long width, long height, int bits) {
-    widen_from_rgba32(kRgba32ToRgb48, moved(0, 1, 2), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba32ToRgb48, moved(0, 1, 2), bits, destination, destination_pitch, source,
                       source_pitch, width, height);
 }
 
 void ccnvt_rgba32_bgr48(void* destination, long destination_pitch, const void* source, long source_pitch,
                         long width, long height, int bits) {
-    widen_from_rgba32(kRgba32ToRgb48, moved(2, 1, 0), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba32ToRgb48, moved(2, 1, 0), bits, destination, destination_pitch, source,
                       source_pitch, width, height);
 }
 
 void ccnvt_rgba32_rgba64(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    widen_from_rgba32(kRgba32ToRgba64, moved(0, 1, 2, 3), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba32ToRgba64, moved(0, 1, 2, 3), bits, destination, destination_pitch, source,
                       source_pitch, width, height);
 }
 
 void ccnvt_rgba32_argb64(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    widen_from_rgba32(kRgba32ToRgba64, moved(3, 0, 1, 2), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba32ToRgba64, moved(3, 0, 1, 2), bits, destination, destination_pitch, source,
                       source_pitch, width, height);
 }
 
 void ccnvt_bgra32_rgba64(void* destination, long destination_pitch, const void* source, long source_pitch,
                          long width, long height, int bits) {
-    widen_from_rgba32(kRgba32ToRgba64, moved(2, 1, 0, 3), bits, destination, destination_pitch, source,
+    convert_to_or_from_rgba32(kRgba32ToRgba64, moved(2, 1, 0, 3), bits, destination, destination_pitch, source,
                       source_pitch, width, height);
 }
 
@@ -266,7 +344,7 @@ void ccnvt_argb64be_rgb24(void* destination, long destination_pitch, const void*
     if (height == 0 || !is_alpha_first_mode(mode)) return;
     convert_rows({DeepShape::words4, DeepShape::bytes3, PixelOrder::back_to_front,
                   RowOrder::last_to_first_when_height_positive},
-                 reduced(from_big_endian_mode(mode, false), bits), destination, destination_pitch, source,
+                 shifted(from_big_endian_mode(mode, false), bits), destination, destination_pitch, source,
                  source_pitch, width, height);
 }
 
@@ -281,7 +359,7 @@ void ccnvt_argb64be_rgba64(void* destination, long destination_pitch, const void
 void ccnvt_argb64be_rgba32(void* destination, long destination_pitch, const void* source, long source_pitch,
                            long width, long height, int bits, int mode) {
     if (!is_big_endian_mode(mode)) return;
-    reduce_to_rgba32(kRgba64ToRgba32, from_big_endian_mode(mode, true), bits, destination, destination_pitch,
+    convert_to_or_from_rgba32(kRgba64ToRgba32, from_big_endian_mode(mode, true), bits, destination, destination_pitch,
                      source, source_pitch, width, height);
 }
 
@@ -306,5 +384,5 @@ void ccnvt_argb64_reorder(void* destination, const void* source, long width, lon
     const RowKernels<DeepRow> kernels = deep_row_kernels(in, out, PixelOrder::front_to_back);
     const ChosenRowKernel<DeepRow> reorder(kernels);
     reorder(static_cast<unsigned char*>(destination), static_cast<const unsigned char*>(source),
-            static_cast<std::size_t>(count), pattern);
+            static_cast<std::size_t>(count), pattern, deep_shuffles(in, pattern));
 }

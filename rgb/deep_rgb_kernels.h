@@ -1,28 +1,34 @@
 // Row kernels of the 48- and 64-bit RGB converters.
 //
 // One kernel per pair of pixel shapes. The portable kernels come in both
-// walking directions; the vector kernels walk back to front when the output
-// pixel is wider than the input one and front to back otherwise, load each
-// block before storing it, touch no byte outside the two rows, and finish the
-// row with the portable walk of their direction.
+// walking directions. The vector kernels load each block before storing it,
+// touch no byte outside the two rows and finish the row with the portable
+// walk of their direction; they walk front to back, except that where the
+// output pixel is wider than the input one and the two rows overlap they walk
+// back to front (the in-place widening).
 //
-// The vector kernels first gather each pixel's input units into four 16-bit
-// slots in output order (a byte shuffle that also exchanges the bytes of
-// big-endian words and zeroes the slots that read nothing), then shift and
-// fill the slots, then pack them to the output shape.
+// The vector kernels of widenings and moves gather each pixel's input units
+// into four 16-bit slots in output order (a byte shuffle that also exchanges
+// the bytes of big-endian words and zeroes the slots that read nothing), then
+// shift or fill the slots and pack them to the output shape. Those of
+// reductions shift the input words where they are (after exchanging the
+// bytes of big-endian ones) and then select the low byte of each.
 #ifndef CCONVERT_RGB_DEEP_RGB_KERNELS_H
 #define CCONVERT_RGB_DEEP_RGB_KERNELS_H
 
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/simd.h"
 #include "rgb/deep_rgb_layout.h"
 #include "rgb/row_walk.h"
 
 namespace cconvert::detail {
 
+struct DeepShuffles;
+
 using DeepRow = void (*)(unsigned char* destination, const unsigned char* source, std::size_t pixels,
-                         const DeepPattern& pattern);
+                         const DeepPattern& pattern, const DeepShuffles& shuffles);
 
 enum class PixelOrder { front_to_back, back_to_front };
 
@@ -38,65 +44,46 @@ RowKernels<DeepRow> deep_row_kernels(DeepShape in, DeepShape out, PixelOrder ord
     PAIR(words4, words4)
 
 template <DeepShape In, DeepShape Out>
-constexpr bool vector_walks_back_to_front() {
+constexpr bool vector_walks_back_to_front() {  // when the rows overlap
     return bytes_of(Out) > bytes_of(In);
 }
 
+// Declared with their processor targets, so that the definitions' targets
+// hold for the whole template.
 template <DeepShape In, DeepShape Out>
-void deep_row_sse(unsigned char* destination, const unsigned char* source, std::size_t pixels,
-                  const DeepPattern& pattern);
+CCNVT_TARGET_SSE void deep_row_sse(unsigned char* destination, const unsigned char* source, std::size_t pixels,
+                  const DeepPattern& pattern, const DeepShuffles& shuffles);
 template <DeepShape In, DeepShape Out>
-void deep_row_avx2(unsigned char* destination, const unsigned char* source, std::size_t pixels,
-                   const DeepPattern& pattern);
+CCNVT_TARGET_AVX2 void deep_row_avx2(unsigned char* destination, const unsigned char* source, std::size_t pixels,
+                   const DeepPattern& pattern, const DeepShuffles& shuffles);
 
 // ---- what the vector kernels share ----
 
-// A vector holds two pixels' slots (8 bytes each). The two pixels of the first
-// half of a four-pixel block are loaded from the block's start; those of the
-// second half from second_pair_load<In>() bytes in, where they sit
-// second_pair_offset<In>() bytes into the 16 bytes loaded. No load reads past
-// the four pixels.
-template <DeepShape In>
-constexpr std::size_t second_pair_offset() {
-    return In == DeepShape::words4 ? 0 : In == DeepShape::words3 ? 4 : 8;
+// A vector holds two pixels' worth of a four-pixel block. The pixels of the
+// first half of a block are loaded from the block's start; those of the
+// second half from second_pair_load() bytes in, where they sit
+// second_pair_offset() bytes into the 16 bytes loaded. No load reads past the
+// four pixels.
+constexpr std::size_t second_pair_offset(DeepShape in) {
+    return in == DeepShape::words4 ? 0 : in == DeepShape::words3 ? 4 : 8;
 }
-template <DeepShape In>
-constexpr std::size_t second_pair_load() {
-    return 2 * bytes_of(In) - second_pair_offset<In>();
-}
+constexpr std::size_t second_pair_load(DeepShape in) { return 2 * bytes_of(in) - second_pair_offset(in); }
 
-// The byte-shuffle indices that gather two pixels, starting `offset` bytes
-// into a 16-byte load, into their slots.
-template <DeepShape In>
-struct SlotGather {
-    alignas(16) std::uint8_t first[16], second[16];
+constexpr std::uint8_t kZeroByte = 0x80;  // a byte-shuffle index that writes 0
 
-    explicit SlotGather(const DeepPattern& pattern) {
-        fill(first, 0, pattern);
-        fill(second, second_pair_offset<In>(), pattern);
-    }
-
-private:
-    static void fill(std::uint8_t* mask, std::size_t offset, const DeepPattern& pattern) {
-        constexpr std::uint8_t kZero = 0x80;
-        for (std::size_t pixel = 0; pixel < 2; ++pixel)
-            for (std::size_t k = 0; k < 4; ++k) {
-                std::uint8_t* slot = mask + 8 * pixel + 2 * k;
-                const int unit = pattern.from[k];
-                const auto at = static_cast<std::uint8_t>(offset + bytes_of(In) * pixel);
-                if (unit == kNoUnit) {
-                    slot[0] = slot[1] = kZero;
-                } else if constexpr (holds_words(In)) {
-                    const auto word = static_cast<std::uint8_t>(at + 2 * unit);
-                    slot[0] = pattern.big_endian_source ? word + 1 : word;
-                    slot[1] = pattern.big_endian_source ? word : word + 1;
-                } else {
-                    slot[0] = static_cast<std::uint8_t>(at + unit);
-                    slot[1] = kZero;
-                }
-            }
-    }
+// The byte-shuffle indices of the vector kernels, worked out once per
+// conversion from the pattern and the input shape.
+struct DeepShuffles {
+    // Widenings and moves: two pixels, from offset 0 (first) or
+    // second_pair_offset (second) of a load, into their slots.
+    alignas(16) std::uint8_t gather_first[16], gather_second[16];
+    // Reductions: the low bytes of two pixels' shifted words, from offset 0
+    // (first) or second_pair_offset (second), to the output bytes of two
+    // 4-byte pixels at byte 0 (low) or byte 8 (high) of the result.
+    alignas(16) std::uint8_t first_to_low[16], second_to_low[16], first_to_high[16], second_to_high[16];
 };
+
+DeepShuffles deep_shuffles(DeepShape in, const DeepPattern& pattern);
 
 }  // namespace cconvert::detail
 

@@ -3,17 +3,13 @@
 //
 // A pixel is three or four units, each a 16-bit word (little-endian, or
 // big-endian in the argb64be layout) or a byte (the 8-bit layouts rgb24 and
-// rgba32). Every deep converter makes output unit k of a pixel from one input
-// unit, from[k]:
-//
-//   value = input unit from[k] (0 when from[k] is kNoUnit), its bytes
-//           exchanged when the source is big-endian;
-//   value = ((value >> right) << left) cut to 16 bits, OR fill[k];
-//   a byte output keeps the low 8 bits of value.
-//
-// Reductions to 8 bits shift right by the depth shift, widenings from 8 bits
-// shift left by it, and reorders of words shift by nothing: no rounding, no
-// clamping, no bit replication.
+// rgba32). Every deep converter makes output unit k of a pixel from input
+// unit from[k] (kNoUnit: from 0), the bytes of a big-endian word exchanged
+// first. What happens to the unit follows from the two shapes:
+//   words to bytes (reduction):  byte = (word >> shift) cut to 8 bits;
+//   bytes to words (widening):   word = (byte << shift) cut to 16 bits;
+//   words to words (move):       word = word OR fill[k].
+// No rounding, no clamping, no bit replication.
 #ifndef CCONVERT_RGB_DEEP_RGB_LAYOUT_H
 #define CCONVERT_RGB_DEEP_RGB_LAYOUT_H
 
@@ -36,11 +32,17 @@ constexpr std::size_t bytes_of(DeepShape shape) { return units_of(shape) * (hold
 // from[k] for an output unit that reads nothing (and is 0 before its fill).
 constexpr std::int8_t kNoUnit = -1;
 
+enum class DeepOp { reduce, widen, move };
+
+constexpr DeepOp op_of(DeepShape in, DeepShape out) {
+    return holds_words(in) ? (holds_words(out) ? DeepOp::move : DeepOp::reduce) : DeepOp::widen;
+}
+
 struct DeepPattern {
     std::int8_t from[4];  // kNoUnit beyond the output's units
     bool big_endian_source;
-    std::uint8_t right, left;  // shift counts, 0 to 31
-    std::uint16_t fill[4];
+    std::uint8_t shift;     // reductions and widenings: 0 to 31
+    std::uint16_t fill[4];  // moves
 };
 
 // The shift between 8-bit samples and words holding `bits` significant bits:
@@ -79,7 +81,11 @@ inline void convert_deep_pixel(unsigned char* out, const unsigned char* in, cons
     for (std::size_t k = 0; k < units_of(Out); ++k) {
         const std::uint32_t unit =
             pattern.from[k] == kNoUnit ? 0 : read_unit<In>(source, pattern.from[k], pattern.big_endian_source);
-        write_unit<Out>(result, k, ((unit >> pattern.right) << pattern.left & 0xFFFF) | pattern.fill[k]);
+        switch (op_of(In, Out)) {
+            case DeepOp::reduce: write_unit<Out>(result, k, unit >> pattern.shift); break;
+            case DeepOp::widen: write_unit<Out>(result, k, unit << pattern.shift); break;
+            case DeepOp::move: write_unit<Out>(result, k, unit | pattern.fill[k]); break;
+        }
     }
     std::memcpy(out, result, sizeof result);
 }

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstring>
 
+#include "frame/simd.h"
+
 namespace cconvert::detail {
 
 using SplitRow = void (*)(unsigned char* const* planes, const unsigned char* source, std::size_t pixels);
@@ -30,11 +32,12 @@ void split_portable(unsigned char* const* planes, const unsigned char* source, s
 
 // The vector kernels load each block before storing it and finish the row
 // with split_pixels; they run only on rows whose planes do not overlap the
-// source.
+// source. Declared with their processor targets, so that the definitions'
+// targets hold for the whole template.
 template <int Channels, int SampleBytes>
-void split_sse(unsigned char* const* planes, const unsigned char* source, std::size_t pixels);
+CCNVT_TARGET_SSE void split_sse(unsigned char* const* planes, const unsigned char* source, std::size_t pixels);
 template <int Channels, int SampleBytes>
-void split_avx2(unsigned char* const* planes, const unsigned char* source, std::size_t pixels);
+CCNVT_TARGET_AVX2 void split_avx2(unsigned char* const* planes, const unsigned char* source, std::size_t pixels);
 
 // The byte-shuffle indices that take the samples of channel c found in the
 // 16 source bytes of vector v (of three, 48 contiguous bytes) to their places

@@ -148,7 +148,7 @@ TEST_F(RgbShims, AShimThatAcceptsDoesTheUnit) {
 }
 
 TEST_F(RgbShims, TheReorderOffersItsWholeRunWithEveryArgument) {
-    std::vector<unsigned short> words(4 * 6, 0x1234), before = words;
+    std::vector<unsigned short> words(4 * 12, 0x1234), before = words;
     ccnvt_argb64_reorder(words.data(), words.data() + 4, 3, 2, 1, 2, 64, 48);
     EXPECT_EQ(shims.offers, (std::vector<std::string>{"reorder_arm -8 6 1 2 64 48", "reorder_intel -8 6 1 2 64 48"}));
     // Offered before the orders are looked at; an empty run is not offered.

@@ -151,10 +151,11 @@ CCNVT_EXPORT void ccnvt_rgb16_rgba32_inplace(void* destination, long destination
  * Unless a function says otherwise: nothing is done when height is 0 or width
  * is below 1; |height| rows, destination row k from source row k, starting at
  * pointer + k * pitch. Reductions to rgba32 walk rows first to last and
- * pixels front to back, so they work in place (destination pitch not above
- * source pitch); widenings from rgba32 walk rows last to first and pixels back
- * to front, so they work in place with a destination pitch of at least twice
- * (1.5 times for 48 bits) the source pitch. */
+ * pixels front to back, so they work in place on one buffer with a
+ * destination pitch not above the source pitch; widenings from rgba32 walk
+ * rows last to first and pixels back to front, so they work in place with a
+ * destination pitch not below the source pitch. (The order of work shows
+ * only where the two frames overlap.) */
 
 /* b0 = w0 >> s, b1 = w1 >> s, b2 = w2 >> s, b3 = 0 (alpha 0, not 0xFF).
  * Nothing is done when height is 0. Rows from the last to the first for a
@@ -340,7 +341,7 @@ CCNVT_EXPORT void ccnvt_rgb48_rgb_planar16(void* plane0, void* plane1, void* pla
  *     nothing is done; a width of 0: nothing is done;
  *   - sb 4, db 3: as ccnvt_rgba32_rgb24_inplace (alpha dropped);
  *   - sb 3, db 4: as ccnvt_rgb24_rgba32_inplace, but the alpha is always
- *     0xFF (the global a is not read);
+ *     0xFF (the global a is not read) and no row is offered to the shims;
  *   - sb 3, db 3: each row's 3 * width bytes copied (rows first to last);
  *   - any other sizes with equal pitches: one CopyMemoryFast of
  *     width * height * sb bytes, counted in 32-bit unsigned arithmetic, so

@@ -23,8 +23,10 @@ void deep_row_back_to_front(unsigned char* destination, const unsigned char* sou
     deep_pixels_back_to_front<In, Out>(destination, source, 0, pixels, pattern);
 }
 
-// Two pixels starting `offset` bytes into a load, into their slots.
-void gather_into_slots(std::uint8_t* mask, DeepShape in, std::size_t offset, const DeepPattern& pattern) {
+// Two pixels starting `offset` bytes into a load, into their slots; bytes
+// into the high byte of their slot where high_byte is set.
+void gather_into_slots(std::uint8_t* mask, DeepShape in, std::size_t offset, bool high_byte,
+                       const DeepPattern& pattern) {
     for (std::size_t pixel = 0; pixel < 2; ++pixel)
         for (std::size_t k = 0; k < 4; ++k) {
             std::uint8_t* slot = mask + 8 * pixel + 2 * k;
@@ -37,21 +39,22 @@ void gather_into_slots(std::uint8_t* mask, DeepShape in, std::size_t offset, con
                 slot[0] = pattern.big_endian_source ? word + 1 : word;
                 slot[1] = pattern.big_endian_source ? word : word + 1;
             } else {
-                slot[0] = static_cast<std::uint8_t>(at + unit);
-                slot[1] = kZeroByte;
+                slot[high_byte ? 1 : 0] = static_cast<std::uint8_t>(at + unit);
+                slot[high_byte ? 0 : 1] = kZeroByte;
             }
         }
 }
 
-// The low bytes of two pixels' words starting `offset` bytes into a load, to
-// bytes `at` to at + 7 of the result.
-void select_low_bytes(std::uint8_t* mask, DeepShape in, std::size_t offset, std::size_t at,
-                      const DeepPattern& pattern) {
+// The low (or high) bytes of two pixels' words starting `offset` bytes into a
+// load, to bytes `at` to at + 7 of the result.
+void select_bytes(std::uint8_t* mask, DeepShape in, std::size_t offset, std::size_t at, bool high_byte,
+                  const DeepPattern& pattern) {
     for (std::size_t i = 0; i < 16; ++i) mask[i] = kZeroByte;
     for (std::size_t pixel = 0; pixel < 2; ++pixel)
         for (std::size_t k = 0; k < 4; ++k)
             if (pattern.from[k] != kNoUnit)
-                mask[at + 4 * pixel + k] = static_cast<std::uint8_t>(offset + bytes_of(in) * pixel + 2 * pattern.from[k]);
+                mask[at + 4 * pixel + k] =
+                    static_cast<std::uint8_t>(offset + bytes_of(in) * pixel + 2 * pattern.from[k] + (high_byte ? 1 : 0));
 }
 
 template <DeepShape In, DeepShape Out>
@@ -68,15 +71,19 @@ RowKernels<DeepRow> kernels_of(PixelOrder order) {
 }  // namespace
 
 DeepShuffles deep_shuffles(DeepShape in, const DeepPattern& pattern) {
+    // A shift by 8 or more moves each byte to the other half of its word:
+    // the shuffles do that part (for 16-bit data, all of it).
+    const bool by_a_byte = pattern.shift >= 8;
     DeepShuffles s;
+    s.shift = static_cast<std::uint8_t>(by_a_byte ? pattern.shift - 8 : pattern.shift);
     const std::size_t second = second_pair_offset(in);
-    gather_into_slots(s.gather_first, in, 0, pattern);
-    gather_into_slots(s.gather_second, in, second, pattern);
+    gather_into_slots(s.gather_first, in, 0, by_a_byte, pattern);
+    gather_into_slots(s.gather_second, in, second, by_a_byte, pattern);
     if (holds_words(in)) {
-        select_low_bytes(s.first_to_low, in, 0, 0, pattern);
-        select_low_bytes(s.second_to_low, in, second, 0, pattern);
-        select_low_bytes(s.first_to_high, in, 0, 8, pattern);
-        select_low_bytes(s.second_to_high, in, second, 8, pattern);
+        select_bytes(s.first_to_low, in, 0, 0, by_a_byte, pattern);
+        select_bytes(s.second_to_low, in, second, 0, by_a_byte, pattern);
+        select_bytes(s.first_to_high, in, 0, 8, by_a_byte, pattern);
+        select_bytes(s.second_to_high, in, second, 8, by_a_byte, pattern);
     }
     return s;
 }

@@ -46,7 +46,8 @@ public:
         } else {
             first_ = second_ = load_masks(shuffles.gather_first, shuffles.gather_second);
         }
-        shift_ = _mm_cvtsi32_si128(pattern.shift);
+        shift_ = _mm_cvtsi32_si128(shuffles.shift);
+        shifts_ = shuffles.shift != 0;
         const auto f = [&](int k) { return static_cast<short>(pattern.fill[k]); };
         fill_ = _mm256_setr_epi16(f(0), f(1), f(2), f(3), f(0), f(1), f(2), f(3), f(0), f(1), f(2), f(3),
                                   f(0), f(1), f(2), f(3));
@@ -63,8 +64,10 @@ public:
                 low = swap_word_bytes(low);
                 high = swap_word_bytes(high);
             }
-            low = _mm256_srl_epi16(low, shift_);
-            high = _mm256_srl_epi16(high, shift_);
+            if (shifts_) {
+                low = _mm256_srl_epi16(low, shift_);
+                high = _mm256_srl_epi16(high, shift_);
+            }
             // Pixels 0 1 4 5 in the low lane, 2 3 6 7 in the high one, then in order.
             const __m256i mixed = _mm256_or_si256(_mm256_shuffle_epi8(low, first_), _mm256_shuffle_epi8(high, second_));
             const __m256i bytes = _mm256_permute4x64_epi64(mixed, 0xD8);
@@ -77,10 +80,10 @@ public:
         } else {
             low = _mm256_shuffle_epi8(low, first_);
             high = _mm256_shuffle_epi8(high, second_);
-            if constexpr (kOp == DeepOp::widen) {
+            if (kOp == DeepOp::widen && shifts_) {
                 low = _mm256_sll_epi16(low, shift_);
                 high = _mm256_sll_epi16(high, shift_);
-            } else if (fills_) {
+            } else if (kOp == DeepOp::move && fills_) {
                 low = _mm256_or_si256(low, fill_);
                 high = _mm256_or_si256(high, fill_);
             }
@@ -115,7 +118,7 @@ private:
 
     __m256i first_, second_, fill_;
     __m128i shift_;
-    bool fills_, swaps_;
+    bool shifts_, fills_, swaps_;
 };
 
 }  // namespace
@@ -134,6 +137,10 @@ CCNVT_TARGET_AVX2 void deep_row_avx2(unsigned char* destination, const unsigned 
         }
     }
     std::size_t x = 0;
+    for (; x + 16 <= pixels; x += 16) {
+        block(destination + out_bytes * x, source + in_bytes * x);
+        block(destination + out_bytes * (x + 8), source + in_bytes * (x + 8));
+    }
     for (; x + 8 <= pixels; x += 8) block(destination + out_bytes * x, source + in_bytes * x);
     deep_pixels_front_to_back<In, Out>(destination, source, x, pixels, pattern);
 }

@@ -12,7 +12,7 @@
 // the bytes of big-endian words and zeroes the slots that read nothing), then
 // shift or fill the slots and pack them to the output shape. Those of
 // reductions shift the input words where they are (after exchanging the
-// bytes of big-endian ones) and then select the low byte of each.
+// bytes of big-endian ones) and then select one byte of each.
 #ifndef CCONVERT_RGB_DEEP_RGB_KERNELS_H
 #define CCONVERT_RGB_DEEP_RGB_KERNELS_H
 
@@ -72,15 +72,19 @@ constexpr std::size_t second_pair_load(DeepShape in) { return 2 * bytes_of(in) -
 constexpr std::uint8_t kZeroByte = 0x80;  // a byte-shuffle index that writes 0
 
 // The byte-shuffle indices of the vector kernels, worked out once per
-// conversion from the pattern and the input shape.
+// conversion from the pattern and the input shape. Where the depth shift is 8
+// or more, the shuffles move each byte by the first 8 bits of it (a widening
+// puts the byte in the high half of its word, a reduction takes the high
+// byte of the word), and the kernels shift by the rest.
 struct DeepShuffles {
     // Widenings and moves: two pixels, from offset 0 (first) or
     // second_pair_offset (second) of a load, into their slots.
     alignas(16) std::uint8_t gather_first[16], gather_second[16];
-    // Reductions: the low bytes of two pixels' shifted words, from offset 0
+    // Reductions: a byte of each of two pixels' shifted words, from offset 0
     // (first) or second_pair_offset (second), to the output bytes of two
     // 4-byte pixels at byte 0 (low) or byte 8 (high) of the result.
     alignas(16) std::uint8_t first_to_low[16], second_to_low[16], first_to_high[16], second_to_high[16];
+    std::uint8_t shift;  // what the kernels still shift the words by
 };
 
 DeepShuffles deep_shuffles(DeepShape in, const DeepPattern& pattern);

@@ -41,7 +41,8 @@ public:
             first_ = load_mask(shuffles.gather_first);
             second_ = load_mask(shuffles.gather_second);
         }
-        shift_ = _mm_cvtsi32_si128(pattern.shift);
+        shift_ = _mm_cvtsi32_si128(shuffles.shift);
+        shifts_ = shuffles.shift != 0;
         const auto f = [&](int k) { return static_cast<short>(pattern.fill[k]); };
         fill_ = _mm_setr_epi16(f(0), f(1), f(2), f(3), f(0), f(1), f(2), f(3));
         fills_ = pattern.fill[0] | pattern.fill[1] | pattern.fill[2] | pattern.fill[3];
@@ -57,8 +58,10 @@ public:
                 low = swap_word_bytes(low);
                 high = swap_word_bytes(high);
             }
-            low = _mm_srl_epi16(low, shift_);
-            high = _mm_srl_epi16(high, shift_);
+            if (shifts_) {
+                low = _mm_srl_epi16(low, shift_);
+                high = _mm_srl_epi16(high, shift_);
+            }
             const __m128i bytes = _mm_or_si128(_mm_shuffle_epi8(low, first_), _mm_shuffle_epi8(high, second_));
             if constexpr (Out == DeepShape::bytes4)
                 store(out, bytes);
@@ -67,10 +70,10 @@ public:
         } else {
             low = _mm_shuffle_epi8(low, first_);
             high = _mm_shuffle_epi8(high, second_);
-            if constexpr (kOp == DeepOp::widen) {
+            if (kOp == DeepOp::widen && shifts_) {
                 low = _mm_sll_epi16(low, shift_);
                 high = _mm_sll_epi16(high, shift_);
-            } else if (fills_) {
+            } else if (kOp == DeepOp::move && fills_) {
                 low = _mm_or_si128(low, fill_);
                 high = _mm_or_si128(high, fill_);
             }
@@ -92,7 +95,7 @@ private:
     }
 
     __m128i first_, second_, shift_, fill_;
-    bool fills_, swaps_;
+    bool shifts_, fills_, swaps_;
 };
 
 }  // namespace

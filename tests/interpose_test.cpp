@@ -227,3 +227,24 @@ TEST_F(Interposed, FieldAndCopyRoutinesLetExceptionsThrough) {
     EXPECT_THROW(ccnvt_copy_interleaved(frame.data(), 16, field.data(), 8, 0, 2), std::runtime_error);
     EXPECT_TRUE(host.error_lines.empty());
 }
+
+namespace {
+
+// ccnvt_rgba_full copies frames of other pixel sizes with equal pitches in
+// one call of width x height x (pitch / width) bytes, and lets its
+// exception through.
+TEST_F(Interposed, RgbaFullHandsEqualPitchFramesToOneCopy) {
+    std::vector<unsigned char> source(2 * 42, 7), destination(2 * 42, 0);
+    ccnvt_rgba_full(destination.data(), 42, source.data(), 42, 10, 2);
+    EXPECT_EQ(host.events, std::vector<std::string>{"copy 80"});
+    EXPECT_EQ(destination[79], 7);
+    EXPECT_EQ(destination[80], 0);  // the padding of the rows is not counted
+    host.reset();
+    ccnvt_rgba_full(destination.data(), 24, source.data(), 32, 8, 2);  // 4 to 3 bytes: no copy call
+    ccnvt_rgba_full(destination.data(), 42, destination.data(), 42, 10, 2);  // same frame
+    EXPECT_TRUE(host.events.empty());
+    host.throw_on_copy = 1;
+    EXPECT_THROW(ccnvt_rgba_full(destination.data(), 16, source.data(), 16, 4, 2), std::runtime_error);
+}
+
+}  // namespace

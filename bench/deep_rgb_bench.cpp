@@ -13,21 +13,6 @@ namespace {
 
 using namespace cconvert::bench;
 
-// Runs convert(destination, source, width, height) on a tight frame of
-// in_bytes per pixel into one of out_bytes per pixel.
-template <class Convert>
-void run_frame(benchmark::State& state, int in_bytes, int out_bytes, Convert convert) {
-    const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
-    const std::size_t pixels = std::size_t(width) * height;
-    auto source = random_frame(in_bytes * pixels);
-    std::vector<unsigned char> destination(out_bytes * pixels);
-    for (auto _ : state) {
-        convert(destination.data(), source.data(), width, height);
-        benchmark::ClobberMemory();
-    }
-    count_bytes(state, in_bytes * pixels, out_bytes * pixels);
-}
-
 // Splits a tight frame of `channels` samples of sample_bytes per pixel into
 // planes that follow one another in one buffer.
 template <class Split>
@@ -44,14 +29,6 @@ void run_split(benchmark::State& state, int channels, int sample_bytes, Split sp
     }
     count_bytes(state, channels * plane_bytes, channels * plane_bytes);
 }
-
-#define OURS(name, in_bytes, out_bytes, call)                                          \
-    void BM_##name(benchmark::State& state) {                                        \
-        const KernelSelection kernel(state);                                         \
-        run_frame(state, in_bytes, out_bytes,                                        \
-                  [](unsigned char* d, unsigned char* s, long w, long h) { call; }); \
-    }                                                                                \
-    BENCHMARK(BM_##name)->Apply(frame_sizes_and_kernels)
 
 OURS(rgba64_rgba32, 8, 4, ccnvt_rgba64_rgba32(d, 4 * w, s, 8 * w, w, h, 16));
 OURS(argb64_rgba32, 8, 4, ccnvt_argb64_rgba32(d, 4 * w, s, 8 * w, w, h, 16));
@@ -90,24 +67,17 @@ BENCHMARK(BM_deep_rgb_memcpy)->Apply([](benchmark::internal::Benchmark* b) {
 });
 
 #ifdef CCNVT_BENCH_LIBYUV
-#define PEER(name, in_bytes, out_bytes, call)                                        \
-    void BM_libyuv_##name(benchmark::State& state) {                               \
-        run_frame(state, in_bytes, out_bytes,                                      \
-                  [](unsigned char* d, unsigned char* s, int w, int h) { call; }); \
-    }                                                                              \
-    BENCHMARK(BM_libyuv_##name)->Apply(frame_sizes)
-
 // libyuv's 16-bit strides count 16-bit elements.
 inline std::uint16_t* words(unsigned char* bytes) { return reinterpret_cast<std::uint16_t*>(bytes); }
 
 // Its AR64 is our rgba64 and its ARGB our rgba32; AB64 exchanges red and blue.
-PEER(AR64ToARGB, 8, 4, libyuv::AR64ToARGB(words(s), 4 * w, d, 4 * w, w, h));
-PEER(AB64ToARGB, 8, 4, libyuv::AB64ToARGB(words(s), 4 * w, d, 4 * w, w, h));
-PEER(ARGBToAR64, 4, 8, libyuv::ARGBToAR64(s, 4 * w, words(d), 4 * w, w, h));
-PEER(ARGBToAB64, 4, 8, libyuv::ARGBToAB64(s, 4 * w, words(d), 4 * w, w, h));
+LIBYUV_PEER(AR64ToARGB, 8, 4, libyuv::AR64ToARGB(words(s), 4 * w, d, 4 * w, w, h));
+LIBYUV_PEER(AB64ToARGB, 8, 4, libyuv::AB64ToARGB(words(s), 4 * w, d, 4 * w, w, h));
+LIBYUV_PEER(ARGBToAR64, 4, 8, libyuv::ARGBToAR64(s, 4 * w, words(d), 4 * w, w, h));
+LIBYUV_PEER(ARGBToAB64, 4, 8, libyuv::ARGBToAB64(s, 4 * w, words(d), 4 * w, w, h));
 // Words 2 1 0 3, as our reorder with source order 0 and destination order 2.
 const std::uint8_t kSwapRedBlueWords[16] = {4, 5, 2, 3, 0, 1, 6, 7, 12, 13, 10, 11, 8, 9, 14, 15};
-PEER(AR64Shuffle, 8, 8, libyuv::AR64Shuffle(words(s), 4 * w, words(d), 4 * w, kSwapRedBlueWords, w, h));
+LIBYUV_PEER(AR64Shuffle, 8, 8, libyuv::AR64Shuffle(words(s), 4 * w, words(d), 4 * w, kSwapRedBlueWords, w, h));
 
 #define PEER_SPLIT(name, channels, call)                                                        \
     void BM_libyuv_##name(benchmark::State& state) {                                          \

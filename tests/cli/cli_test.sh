@@ -84,6 +84,14 @@ head -c $((64 * 48 * 3)) /dev/urandom > small.rgb24
 expect_ok "preview of rgb24" "$tool" preview small.rgb24 small24.png --from rgb24 --size 64x48
 expect_ok "PNG to rgb24" "$tool" convert small24.png back.rgb24 --to rgb24
 cmp -s small.rgb24 back.rgb24 || fail "rgb24 -> PNG -> rgb24 changed the pixels"
+head -c $((64 * 48 * 6)) /dev/urandom > small.rgb48
+expect_ok "rgb48 to a 16-bit PNG" "$tool" convert small.rgb48 small48.png --from rgb48 --size 64x48
+expect_ok "16-bit PNG to rgb48" "$tool" convert small48.png back.rgb48 --to rgb48
+cmp -s small.rgb48 back.rgb48 || fail "rgb48 -> 16-bit PNG -> rgb48 changed the pixels"
+head -c $((64 * 48 * 8)) /dev/urandom > small.rgba64
+expect_ok "rgba64 to a 16-bit PNG" "$tool" convert small.rgba64 small64.png --from rgba64 --size 64x48
+expect_ok "16-bit PNG to rgba64" "$tool" convert small64.png back.rgba64 --to rgba64
+cmp -s small.rgba64 back.rgba64 || fail "rgba64 -> 16-bit PNG -> rgba64 changed the pixels"
 expect_error "PNG of the wrong size" "'small.png' is 64x48, not 32x32" "$tool" convert small.png out --to rgba32 --size 32x32
 head -c 100 /dev/urandom > fake.png
 expect_error "not a PNG" "'fake.png' is not a PNG file" "$tool" convert fake.png out --to rgba32

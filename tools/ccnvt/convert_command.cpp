@@ -43,21 +43,36 @@ private:
 
 namespace {
 
-// The 8-bit RGB format a PNG is read into or written from.
+// The RGB format a PNG is read into or written from: 8-bit rgb24 / rgba32,
+// 16-bit rgb48 / rgba64.
 const Format& png_format(PngLayout layout) {
     switch (layout) {
         case PngLayout::bgr8: return format_named("rgb24");
         case PngLayout::bgra8: return format_named("rgba32");
-        default: throw UserError("16-bit PNG files are read as rgb48 or rgba64, which this tool does not convert yet");
+        case PngLayout::bgr16: return format_named("rgb48");
+        case PngLayout::bgra16: return format_named("rgba64");
     }
+    throw UserError("unsupported PNG layout");
 }
 
-bool has_alpha(const Format& format) { return format.name == "rgba32" || format.name == "bgra32"; }
+PngLayout png_layout_of(const Format& format) {
+    if (format.name == "rgba32") return PngLayout::bgra8;
+    if (format.name == "rgb48") return PngLayout::bgr16;
+    if (format.name == "rgba64") return PngLayout::bgra16;
+    return PngLayout::bgr8;
+}
+
+// What a frame of the format is written to a PNG as: 16-bit RGB stays 16-bit,
+// formats with alpha keep it, everything else becomes 8-bit RGB.
+const Format& png_target_for(const Format& source) {
+    if (source.name == "rgb48" || source.name == "rgba64") return source;
+    if (source.name == "rgba32" || source.name == "bgra32") return format_named("rgba32");
+    return format_named("rgb24");
+}
 
 void write_frame_as_png(const Frame& frame, const std::string& path, const std::vector<const Step*>& route) {
     const Frame rgb = run_route(frame, route);
-    write_png(path, rgb.width, rgb.height, rgb.format->name == "rgba32" ? PngLayout::bgra8 : PngLayout::bgr8,
-              rgb.data());
+    write_png(path, rgb.width, rgb.height, png_layout_of(*rgb.format), rgb.data());
 }
 
 // Converts a PNG: one frame.
@@ -99,8 +114,7 @@ void run_convert(const ConvertOptions& options) {
     if (options.size.empty()) throw UserError("--size is required (the input is not a PNG)");
     const Size size = parse_size(options.size);
     const Format& from = format_named(options.from);
-    const Format& to = png_output ? format_named(has_alpha(format_named(options.from)) ? "rgba32" : "rgb24")
-                                  : format_named(options.to);
+    const Format& to = png_output ? png_target_for(format_named(options.from)) : format_named(options.to);
     check_size(from, size.width, size.height);
     check_size(to, size.width, size.height);
     if (options.pitch != 0) {

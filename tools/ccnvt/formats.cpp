@@ -73,6 +73,8 @@ const std::vector<Format>& all_formats() {
          packed_frame<4>},
         {"bgra32", {}, "8-bit RGB with alpha, bytes R G B A", 1, 1, packed_row<4>, packed_frame<4>},
         {"rgb24", {}, "8-bit RGB, bytes B G R", 1, 1, packed_row<3>, packed_frame<3>},
+        {"rgb48", {}, "16-bit RGB, little-endian words B G R", 1, 1, packed_row<6>, packed_frame<6>},
+        {"rgba64", {}, "16-bit RGB with alpha, little-endian words B G R A", 1, 1, packed_row<8>, packed_frame<8>},
         {"rgb16", {"rgb555"}, "5-5-5 RGB in little-endian 16-bit words, red in bits 14-10", 1, 1, packed_row<2>,
          packed_frame<2>},
         {"rgb565", {"rgb16_565"}, "5-6-5 RGB in little-endian 16-bit words, red in bits 15-11", 1, 1,

@@ -91,6 +91,23 @@ void rgba32_to_rgb565(const Frame& in, Frame& out, int) {
     ccnvt_rgba32_rgb16_565(out.data(), row_of(out), const_cast<unsigned char*>(in.data()), row_of(in), w(in), h(in));
 }
 
+// 16-bit channels to and from 8 bits by their top 8 bits (bits = 16).
+void rgb48_to_rgba32(const Frame& in, Frame& out, int) {
+    ccnvt_rgb48_rgba32(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 16);
+}
+void rgba64_to_rgba32(const Frame& in, Frame& out, int) {
+    ccnvt_rgba64_rgba32(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 16);
+}
+void rgba32_to_rgb48(const Frame& in, Frame& out, int) {
+    ccnvt_rgba32_rgb48(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 16);
+}
+void rgba32_to_rgba64(const Frame& in, Frame& out, int) {
+    ccnvt_rgba32_rgba64(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 16);
+}
+void rgb48_to_rgba64(const Frame& in, Frame& out, int) {
+    ccnvt_rgb48_rgba64(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+
 // Full-size frames: libycbcr with the matrix for the frame size.
 void uyvy_to_rgba32(const Frame& in, Frame& out, int) {
     ccnvt_yuv422_8_rgb32(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), 1);
@@ -195,6 +212,11 @@ const std::vector<Step>& conversion_steps() {
         {"yuvs", "2vuy", "ccnvt_yuvs_2vuy", yuvs_to_uyvy},
         {"yuv444", "2vuy", "ccnvt_yuv444_yuv422_8", yuv444_to_uyvy},
         {"2vuy", "yuv444", "ccnvt_yuv422_yuv444_8", uyvy_to_yuv444},
+        {"rgb48", "rgba32", "ccnvt_rgb48_rgba32", rgb48_to_rgba32},
+        {"rgba64", "rgba32", "ccnvt_rgba64_rgba32", rgba64_to_rgba32},
+        {"rgba32", "rgb48", "ccnvt_rgba32_rgb48", rgba32_to_rgb48},
+        {"rgba32", "rgba64", "ccnvt_rgba32_rgba64", rgba32_to_rgba64},
+        {"rgb48", "rgba64", "ccnvt_rgb48_rgba64", rgb48_to_rgba64},
         {"packed10", "2vuy", "kv_ycbcr422_packed10_to_uyvy", packed10_to_uyvy, true},
         {"2vuy", "packed10", "kv_ycbcr422_uyvy_to_packed10", uyvy_to_packed10, true},
         {"packed10", "v210", "ccnvt_ycbcr422_packed10_to_v210", packed10_to_v210, true},

@@ -109,8 +109,8 @@ v210_pixels() {
 import struct, sys
 path, pitch = sys.argv[1], int(sys.argv[2])
 data = open(path, 'rb').read()
-for spec in sys.argv[3:]:
-    x, y = map(int, spec.split(','))
+for pixel in sys.argv[3:]:
+    x, y = map(int, pixel.split(","))
     words = struct.unpack('<4I', data[y * pitch + x // 6 * 16:][:16])
     f = [(w >> (10 * i)) & 0x3FF for w in words for i in range(3)]
     pair = (x % 6) // 2

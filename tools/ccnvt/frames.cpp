@@ -143,9 +143,10 @@ void in_bands(const Frame& frame, int threads, Convert convert) {
     for (auto& worker : workers) worker.join();
 }
 
-int pitch_of(const Frame& frame) { return static_cast<int>(frame.format->row_bytes(frame.width)); }
+// The band drivers take int sizes and a non-const source.
+int pitch_of(const Frame& frame) { return static_cast<int>(row_of(frame)); }
+int width_of(const Frame& frame) { return static_cast<int>(w(frame)); }
 unsigned char* bytes_of(const Frame& frame) { return const_cast<unsigned char*>(frame.data()); }
-int width_of(const Frame& frame) { return static_cast<int>(frame.width); }
 
 void packed10_to_uyvy(const Frame& in, Frame& out, int threads) {
     in_bands(in, threads, [&](int first, int end) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <random>
 
+#include "frame/streaming.h"
 #include "kvutil.h"
 
 namespace cconvert::bench {
@@ -12,15 +13,6 @@ namespace cconvert::bench {
 void frame_sizes(benchmark::internal::Benchmark* benchmark) {
     benchmark->ArgNames({"width", "height"});
     for (const auto& size : kFrameSizes) benchmark->Args({size[0], size[1]});
-}
-
-void frame_sizes_and_kernels(benchmark::internal::Benchmark* benchmark) {
-    benchmark->ArgNames({"width", "height", "features"});
-    // A word the user forces with CCNVT_CPU_FEATURES limits the kernels too.
-    const unsigned int available = CPUFeatureFlags();
-    for (const auto& size : kFrameSizes)
-        for (unsigned int word : {0u, KV_CPU_SSE, KV_CPU_AVX2})
-            if ((word & available) == word) benchmark->Args({size[0], size[1], word});
 }
 
 void count_bytes(benchmark::State& state, std::size_t read, std::size_t written) {
@@ -54,6 +46,17 @@ void copy_bound(benchmark::State& state, std::size_t bytes) {
     for (auto _ : state) {
         std::memcpy(destination.data(), source.data(), bytes);
         benchmark::DoNotOptimize(destination.data());
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state, bytes, bytes);
+}
+
+void streaming_copy_bound(benchmark::State& state, std::size_t bytes) {
+    auto source = random_frame(bytes);
+    std::vector<unsigned char> destination(bytes, 0);
+    for (auto _ : state) {
+        cconvert::detail::stream_copy(destination.data(), source.data(), bytes);
+        cconvert::detail::streaming_finished();
         benchmark::ClobberMemory();
     }
     count_bytes(state, bytes, bytes);

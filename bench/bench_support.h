@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "registry/kernel_registry.h"
+
 namespace cconvert::bench {
 
 // Every family is measured at these sizes: {width, height}.
@@ -17,9 +19,6 @@ inline constexpr int kFrameSizes[][2] = {{1920, 1080}, {3840, 2160}};
 
 // Adds {width, height} arguments for every frame size.
 void frame_sizes(benchmark::internal::Benchmark* benchmark);
-// Adds {width, height, feature word} for every frame size and every kernel
-// class this processor has (portable, SSE-class, AVX2-class).
-void frame_sizes_and_kernels(benchmark::internal::Benchmark* benchmark);
 
 // Reports bytes read plus bytes written per iteration.
 void count_bytes(benchmark::State& state, std::size_t read, std::size_t written);
@@ -39,8 +38,16 @@ private:
 // A buffer of pseudo-random bytes, touched once so its pages exist.
 std::vector<unsigned char> random_frame(std::size_t bytes, std::uint32_t seed = 1);
 
-// The physical bound: a memcpy of the given bytes (read and written).
+// The physical bounds: a memcpy of the given bytes (read and written), and a
+// copy that writes them with non-temporal stores.
 void copy_bound(benchmark::State& state, std::size_t bytes);
+void streaming_copy_bound(benchmark::State& state, std::size_t bytes);
+
+// A registered converter is measured against copies of as many bytes as it
+// reads and writes: half the sum each way.
+inline std::size_t copy_bytes_for(const registry::Kernel& kernel, long width, long height) {
+    return (kernel.in.bytes(width, height) + kernel.out.bytes(width, height)) / 2;
+}
 
 // Runs convert(destination, source, width, height) on a frame of in_bytes
 // per pixel into one of out_bytes per pixel, both tight.
@@ -58,16 +65,6 @@ void run_frame(benchmark::State& state, int in_bytes, int out_bytes, Convert con
 }
 
 }  // namespace cconvert::bench
-
-// An entry of ours, BM_<name>, over tight frames of in_bytes and out_bytes
-// per pixel, under every kernel class; `call` sees d, s, w, h.
-#define OURS(name, in_bytes, out_bytes, call)                                          \
-    void BM_##name(benchmark::State& state) {                                        \
-        const cconvert::bench::KernelSelection kernel(state);                        \
-        cconvert::bench::run_frame(state, in_bytes, out_bytes,                       \
-                                   [](unsigned char* d, unsigned char* s, long w, long h) { call; }); \
-    }                                                                                \
-    BENCHMARK(BM_##name)->Apply(cconvert::bench::frame_sizes_and_kernels)
 
 // libyuv's nearest equivalent, BM_libyuv_<name>, on the same frames.
 #define LIBYUV_PEER(name, in_bytes, out_bytes, call)                                 \

@@ -1,9 +1,8 @@
-// 48- and 64-bit RGB conversions and planar RGB splits per kernel class,
-// beside a memcpy of the same bytes and libyuv's nearest equivalents.
+// 48- and 64-bit RGB and planar RGB peers: libyuv's nearest equivalents of
+// our converters and splits (registered in the kernel registry).
 #include <cstdint>
 
 #include "bench_support.h"
-#include "cconvert/rgb.h"
 
 #ifdef CCNVT_BENCH_LIBYUV
 #include <libyuv.h>
@@ -30,41 +29,6 @@ void run_split(benchmark::State& state, int channels, int sample_bytes, Split sp
     count_bytes(state, channels * plane_bytes, channels * plane_bytes);
 }
 
-OURS(rgba64_rgba32, 8, 4, ccnvt_rgba64_rgba32(d, 4 * w, s, 8 * w, w, h, 16));
-OURS(argb64_rgba32, 8, 4, ccnvt_argb64_rgba32(d, 4 * w, s, 8 * w, w, h, 16));
-OURS(bgra64_rgba32, 8, 4, ccnvt_bgra64_rgba32(d, 4 * w, s, 8 * w, w, h, 16));
-OURS(rgb48_rgba32, 6, 4, ccnvt_rgb48_rgba32(d, 4 * w, s, 6 * w, w, h, 16));
-OURS(argb64be_rgba32, 8, 4, ccnvt_argb64be_rgba32(d, 4 * w, s, 8 * w, w, h, 16, 0));
-OURS(rgba32_rgba64, 4, 8, ccnvt_rgba32_rgba64(d, 8 * w, s, 4 * w, w, h, 16));
-OURS(rgba32_argb64, 4, 8, ccnvt_rgba32_argb64(d, 8 * w, s, 4 * w, w, h, 16));
-OURS(bgra32_rgba64, 4, 8, ccnvt_bgra32_rgba64(d, 8 * w, s, 4 * w, w, h, 16));
-OURS(rgba32_rgb48, 4, 6, ccnvt_rgba32_rgb48(d, 6 * w, s, 4 * w, w, h, 16));
-OURS(rgb48_rgba64, 6, 8, ccnvt_rgb48_rgba64(d, 8 * w, s, 6 * w, w, h));
-OURS(argb64_reorder, 8, 8, ccnvt_argb64_reorder(d, s, w, h, 0, 2, 64, 64));
-
-#define OURS_SPLIT(name, channels, sample_bytes, call)                                           \
-    void BM_##name(benchmark::State& state) {                                                  \
-        const KernelSelection kernel(state);                                                   \
-        run_split(state, channels, sample_bytes,                                               \
-                  [](unsigned char* const* p, const unsigned char* s, long w, long h) { call; }); \
-    }                                                                                          \
-    BENCHMARK(BM_##name)->Apply(frame_sizes_and_kernels)
-
-OURS_SPLIT(rgba32_rgba_planar, 4, 1, ccnvt_rgba32_rgba_planar(p[0], p[1], p[2], p[3], w, s, 4 * w, w, h));
-OURS_SPLIT(rgb24_rgb_planar, 3, 1, ccnvt_rgb24_rgb_planar(p[0], p[1], p[2], w, s, 3 * w, w, h));
-OURS_SPLIT(rgba64_rgba_planar16, 4, 2, ccnvt_rgba64_rgba_planar16(p[0], p[1], p[2], p[3], 2 * w, s, 8 * w, w, h));
-OURS_SPLIT(rgb48_rgb_planar16, 3, 2, ccnvt_rgb48_rgb_planar16(p[0], p[1], p[2], 2 * w, s, 6 * w, w, h));
-
-// The bound: a copy of half the bytes a conversion reads and writes per
-// pixel (third argument), so that read plus written match.
-void BM_deep_rgb_memcpy(benchmark::State& state) {
-    copy_bound(state, state.range(2) * state.range(0) * state.range(1));
-}
-BENCHMARK(BM_deep_rgb_memcpy)->Apply([](benchmark::internal::Benchmark* b) {
-    b->ArgNames({"width", "height", "bytes_per_pixel"});
-    for (const auto& size : kFrameSizes)
-        for (int bytes : {3, 4, 5, 6, 7, 8}) b->Args({size[0], size[1], bytes});
-});
 
 #ifdef CCNVT_BENCH_LIBYUV
 // libyuv's 16-bit strides count 16-bit elements.

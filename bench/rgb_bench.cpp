@@ -1,9 +1,8 @@
-// 8- and 16-bit RGB conversions per kernel class, beside a memcpy of the same
-// bytes and libyuv's nearest equivalents.
+// 8- and 16-bit RGB peers: libyuv's nearest equivalents of our converters
+// (registered in the kernel registry).
 #include <cstdint>
 
 #include "bench_support.h"
-#include "cconvert/rgb.h"
 
 #ifdef CCNVT_BENCH_LIBYUV
 #include <libyuv.h>
@@ -13,29 +12,6 @@ namespace {
 
 using namespace cconvert::bench;
 
-OURS(rgba32_rgb24, 4, 3, ccnvt_rgba32_rgb24_inplace(d, 3 * w, s, 4 * w, w, h));
-OURS(rgb24_rgba32, 3, 4, ccnvt_rgb24_rgba32_inplace(d, 4 * w, s, 3 * w, w, h));
-OURS(rgb24_rgba32_in_place, 3, 4, (ccnvt_rgb24_rgba32_inplace(d, 4 * w, d, 3 * w, w, h), (void)s));
-OURS(rgba32_bgra32, 4, 4, ccnvt_rgba32_bgra32_inplace(d, 4 * w, s, 4 * w, w, h));
-OURS(rgba32_argb32, 4, 4, ccnvt_rgba32_argb32(d, 4 * w, s, 4 * w, w, h));
-OURS(bgra2abgr_span, 4, 4,
-     bgra2abgr(reinterpret_cast<unsigned int*>(d), reinterpret_cast<unsigned int*>(s), unsigned(w * h)));
-OURS(rgba32_rgb16, 4, 2, ccnvt_rgba32_rgb16(d, 2 * w, s, 4 * w, w, h));
-OURS(rgba32_rgb16_565, 4, 2, ccnvt_rgba32_rgb16_565(d, 2 * w, s, 4 * w, w, h));
-OURS(rgba32_rgb16_dithered, 4, 2, ccnvt_rgba32_rgb16_dithered(d, 2 * w, s, 4 * w, w, h));
-OURS(rgba32_rgb16_565_dithered, 4, 2, ccnvt_rgba32_rgb16_565_dithered(d, 2 * w, s, 4 * w, w, h));
-OURS(rgb16_rgba32, 2, 4, ccnvt_rgb16_rgba32_inplace(d, 4 * w, s, 2 * w, w, h));
-OURS(rgb16_rgb24, 2, 3, ccnvt_rgb16_rgb24(d, 3 * w, s, 2 * w, w, h));
-
-// The bound: a copy of a frame of 2, 3 or 4 bytes per pixel (third argument).
-void BM_rgb_memcpy(benchmark::State& state) {
-    copy_bound(state, state.range(2) * state.range(0) * state.range(1));
-}
-BENCHMARK(BM_rgb_memcpy)->Apply([](benchmark::internal::Benchmark* b) {
-    b->ArgNames({"width", "height", "bytes_per_pixel"});
-    for (const auto& size : kFrameSizes)
-        for (int bytes : {2, 3, 4}) b->Args({size[0], size[1], bytes});
-});
 
 #ifdef CCNVT_BENCH_LIBYUV
 // libyuv's shuffler for bytes 2 1 0 3 (its ARGBToABGR) and 1 2 3 0.

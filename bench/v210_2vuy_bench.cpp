@@ -1,9 +1,8 @@
-// 2vuy <-> v210 repacking, per kernel class, beside a memcpy of the same
-// bytes and FFmpeg's v210 decoder and encoder (to and from planar 10-bit).
+// 2vuy <-> v210 peers: FFmpeg's v210 decoder and encoder (to and from planar
+// 10-bit), beside our repackers (registered in the kernel registry).
 #include <cstring>
 
 #include "bench_support.h"
-#include "cconvert/ycbcr422.h"
 
 #ifdef CCNVT_BENCH_FFMPEG
 extern "C" {
@@ -16,45 +15,7 @@ namespace {
 
 using namespace cconvert::bench;
 
-std::size_t uyvy_bytes(std::size_t width, std::size_t height) { return 2 * width * height; }
 std::size_t v210_bytes(std::size_t width, std::size_t height) { return (16 * width / 6 + 63) / 64 * 64 * height; }
-
-void BM_2vuy_to_v210(benchmark::State& state) {
-    const KernelSelection kernel(state);
-    const auto width = static_cast<unsigned>(state.range(0)), height = static_cast<unsigned>(state.range(1));
-    auto uyvy = random_frame(uyvy_bytes(width, height) + 16);
-    std::vector<unsigned char> v210(v210_bytes(width, height));
-    for (auto _ : state) {
-        ccnvt_2vuy_v210(v210.data(), uyvy.data(), width, height, 0);
-        benchmark::ClobberMemory();
-    }
-    count_bytes(state, uyvy_bytes(width, height), v210_bytes(width, height));
-}
-BENCHMARK(BM_2vuy_to_v210)->Apply(frame_sizes_and_kernels);
-
-void BM_v210_to_2vuy(benchmark::State& state) {
-    const KernelSelection kernel(state);
-    const auto width = static_cast<unsigned>(state.range(0)), height = static_cast<unsigned>(state.range(1));
-    auto v210 = random_frame(v210_bytes(width, height));
-    std::vector<unsigned char> uyvy(uyvy_bytes(width, height) + 16);
-    for (auto _ : state) {
-        ccnvt_v210_2vuy(uyvy.data(), v210.data(), width, height, 0);
-        benchmark::ClobberMemory();
-    }
-    count_bytes(state, v210_bytes(width, height), uyvy_bytes(width, height));
-}
-BENCHMARK(BM_v210_to_2vuy)->Apply(frame_sizes_and_kernels);
-
-// The bound: a copy reading what the repackers read and writing as much.
-void BM_memcpy_2vuy_frame(benchmark::State& state) {
-    copy_bound(state, uyvy_bytes(state.range(0), state.range(1)));
-}
-BENCHMARK(BM_memcpy_2vuy_frame)->Apply(frame_sizes);
-
-void BM_memcpy_v210_frame(benchmark::State& state) {
-    copy_bound(state, v210_bytes(state.range(0), state.range(1)));
-}
-BENCHMARK(BM_memcpy_v210_frame)->Apply(frame_sizes);
 
 #ifdef CCNVT_BENCH_FFMPEG
 // FFmpeg: v210 packets decoded to, and encoded from, planar 4:2:2 10-bit.

@@ -176,7 +176,7 @@ struct FrameRows {
 void convert_rows(const DeepConversion& c, const DeepPattern& pattern, void* destination,
                   long destination_pitch, const void* source, long source_pitch, long width, long height) {
     const RowKernels<DeepRow> kernels = deep_row_kernels(c.in, c.out, c.pixels);
-    const ChosenRowKernel<DeepRow> convert(kernels);
+    const ChosenRowKernel<DeepRow> convert(kernels, frame_span_bytes(destination_pitch, height));
     const DeepShuffles shuffles = deep_shuffles(c.in, pattern);
     std::size_t pixels = pixels_in(width);
     long rows = rows_in(height);
@@ -389,7 +389,7 @@ void ccnvt_argb64_reorder(void* destination, const void* source, long width, lon
     const DeepShape in = four_word_source ? DeepShape::words4 : DeepShape::words3;
     const DeepShape out = four_word_destination ? DeepShape::words4 : DeepShape::words3;
     const RowKernels<DeepRow> kernels = deep_row_kernels(in, out, PixelOrder::front_to_back);
-    const ChosenRowKernel<DeepRow> reorder(kernels);
+    const ChosenRowKernel<DeepRow> reorder(kernels, static_cast<std::size_t>(count) * bytes_of(out));
     reorder(static_cast<unsigned char*>(destination), static_cast<const unsigned char*>(source),
             static_cast<std::size_t>(count), pattern, deep_shuffles(in, pattern));
 }

@@ -113,8 +113,8 @@ inline constexpr PermuteKernels kWiden24FrontToBack{widen24_front_to_back_portab
 // The kernel of one call with its pattern.
 class PermuteRows {
 public:
-    PermuteRows(const PermuteKernels& kernels, const PixelPattern& pattern)
-        : kernel_(kernels), pattern_(pattern) {}
+    PermuteRows(const PermuteKernels& kernels, const PixelPattern& pattern, std::size_t destination_frame_bytes = 0)
+        : kernel_(kernels, destination_frame_bytes), pattern_(pattern) {}
 
     void operator()(unsigned char* destination, const unsigned char* source, std::size_t pixels) const {
         kernel_(destination, source, pixels, pattern_);

@@ -74,7 +74,7 @@ namespace {
 void reduce_rows(bool green_6_bits, bool dithered, void* destination, long destination_pitch,
                  const void* source, long source_pitch, long width, long height) {
     if (height == 0 || width < 1) return;
-    const ChosenRowKernel<ReduceRow> reduce(kReduceToRgb16);
+    const ChosenRowKernel<ReduceRow> reduce(kReduceToRgb16, frame_span_bytes(destination_pitch, height));
     Rgb16Packing packings[4];
     for (int y = 0; y < 4; ++y)
         packings[y] = Rgb16Packing::for_row(green_6_bits, dithered ? g_bDither4x4 + 4 * y : nullptr);

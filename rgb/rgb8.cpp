@@ -23,7 +23,7 @@ bool nothing_to_convert(long width, long height) { return height == 0 || width <
 void rows_first_to_last(const PermuteKernels& kernels, const PixelPattern& pattern,
                         void* destination, long destination_pitch, const void* source,
                         long source_pitch, long width, long height) {
-    const PermuteRows convert(kernels, pattern);
+    const PermuteRows convert(kernels, pattern, frame_span_bytes(destination_pitch, height));
     const RowLayout rows = merged_if_contiguous(pixels_in(width), rows_in(height), destination_pitch,
                                                 kernels.destination_bytes, source_pitch, kernels.source_bytes);
     for (long k = 0; k < rows.rows; ++k)
@@ -36,7 +36,7 @@ void widen_rows_last_to_first(const PixelPattern& pattern, int shim_order, void*
                               long destination_pitch, const void* source, long source_pitch,
                               long width, long height) {
     if (nothing_to_convert(width, height)) return;
-    const PermuteRows widen(kWiden24, with_alpha(pattern, ::a));
+    const PermuteRows widen(kWiden24, with_alpha(pattern, ::a), frame_span_bytes(destination_pitch, height));
     for (long k = rows_in(height); k-- > 0;) {
         unsigned char* to = row_start(destination, destination_pitch, k);
         const unsigned char* from = row_start(source, source_pitch, k);
@@ -54,7 +54,7 @@ void shuffle_rows(const PixelPattern& pattern, cconvert_rgb2rgb_shuffle_op op, v
                   long destination_pitch, const void* source, long source_pitch, long width,
                   long height) {
     if (height == 0) return;
-    const PermuteRows reorder(kReorder32, pattern);
+    const PermuteRows reorder(kReorder32, pattern, frame_span_bytes(destination_pitch, height));
     for (long k = 0; k < rows_in(height); ++k) {
         unsigned char* to = row_start(destination, destination_pitch, k);
         const unsigned char* from = row_start(source, source_pitch, k);

@@ -16,6 +16,7 @@
 #include <cstddef>
 
 #include "frame/dispatch.h"
+#include "frame/streaming.h"
 
 namespace cconvert::detail {
 
@@ -48,26 +49,50 @@ struct RowKernels {
 // The kernels of one call: the variant that the processor feature word picks
 // (read once, when this is made) and, for rows where it may not run, the
 // portable one. Calls take the two rows, the pixel count and what else the
-// group's kernels take.
+// group's kernels take. Given the bytes of the destination frame, a vector
+// kernel streams its stores when the frame is larger than the caches and the
+// row does not overlap its source, and the conversion fences when this goes
+// out of scope. Streamed rows go in chunks of whole multiples of 4
+// pixels, where the vector kernels start their blocks and the dither repeats.
 template <class Kernel>
 class ChosenRowKernel {
 public:
-    explicit ChosenRowKernel(const RowKernels<Kernel>& kernels)
-        : kernels_(kernels), chosen_(choose_kernel<Kernel>(kernels.portable, kernels.sse, kernels.avx2)) {}
+    explicit ChosenRowKernel(const RowKernels<Kernel>& kernels, std::size_t destination_frame_bytes = 0)
+        : kernels_(kernels),
+          chosen_(choose_kernel<Kernel>(kernels.portable, kernels.sse, kernels.avx2)),
+          streaming_(chosen_ != kernels.portable && streaming_pays(destination_frame_bytes)) {}
+    ~ChosenRowKernel() {
+        if (streaming_) streaming_finished();
+    }
+    ChosenRowKernel(const ChosenRowKernel&) = delete;
+    ChosenRowKernel& operator=(const ChosenRowKernel&) = delete;
 
     template <class... Extra>
     void operator()(unsigned char* destination, const unsigned char* source, std::size_t pixels,
                     const Extra&... extra) const {
-        const bool vector = vector_kernel_may_run(kernels_.walk, destination,
-                                                  pixels * kernels_.destination_bytes, source,
-                                                  pixels * kernels_.source_bytes);
-        (vector ? chosen_ : kernels_.portable)(destination, source, pixels, extra...);
+        const std::size_t destination_bytes = pixels * kernels_.destination_bytes;
+        const std::size_t source_bytes = pixels * kernels_.source_bytes;
+        const bool vector = vector_kernel_may_run(kernels_.walk, destination, destination_bytes, source, source_bytes);
+        if (!vector)
+            kernels_.portable(destination, source, pixels, extra...);
+        else if (streaming_ && !ranges_overlap(destination, destination_bytes, source, source_bytes))
+            stream_units(chosen_, destination, source, pixels, kernels_.source_bytes, kernels_.destination_bytes,
+                         4, extra...);
+        else
+            chosen_(destination, source, pixels, extra...);
     }
 
 private:
     const RowKernels<Kernel>& kernels_;
     Kernel chosen_;
+    bool streaming_;
 };
+
+// The bytes a frame of `rows` rows `pitch` bytes apart spans, near enough to
+// choose its stores by.
+inline std::size_t frame_span_bytes(long pitch, long rows) {
+    return static_cast<std::size_t>(pitch < 0 ? -pitch : pitch) * static_cast<std::size_t>(rows < 0 ? -rows : rows);
+}
 
 // The rows to walk. When the rows of both sides follow one another without
 // a gap (each pitch equals the bytes of its row), the frame is one row of

@@ -193,9 +193,13 @@ for file in bars.v210 bars.2vuy bars.pcap; do
 done
 
 # ---- bench ----
-"$tool" bench --filter 'BM_v210_to_2vuy' --seconds 0.01 > bench.txt 2> stderr.txt || fail "bench: $(cat stderr.txt)"
-grep -q '^v210_to_2vuy ' bench.txt || fail "bench printed no v210_to_2vuy row: $(cat bench.txt)"
-expect_error "bench that matches nothing" "no benchmark matches" "$tool" bench --filter nothing-like-this --seconds 0.01
+"$tool" bench --filter '^v210_to_2vuy$' --size 1920x1080 --seconds 0.01 > bench.txt 2> stderr.txt || fail "bench: $(cat stderr.txt)"
+grep -q '^v210_to_2vuy  *1920x1080 ' bench.txt || fail "bench printed no v210_to_2vuy row: $(cat bench.txt)"
+"$tool" bench --filter '^rgba32_bgra32$' --all-kernels --json --seconds 0.01 > bench.json 2> stderr.txt || fail "bench --json: $(cat stderr.txt)"
+[ "$(grep -c '"operation": "rgba32_bgra32"' bench.json)" -ge 2 ] || fail "bench --json rows: $(cat bench.json)"
+grep -q '"streaming_copy_gbps": [0-9]' bench.json || fail "bench --json has no streaming copy: $(cat bench.json)"
+expect_error "bench that matches nothing" "no operation matches" "$tool" bench --filter nothing-like-this --seconds 0.01
+expect_error "bench at an unmeasured size" "measure 1920x1080 and 3840x2160" "$tool" bench --size 640x480
 
 # ---- bad input ----
 expect_error "unknown format" "unknown format 'v211'" "$tool" convert frames.2vuy out --from 2vuy --to v211 --size 1920x1080

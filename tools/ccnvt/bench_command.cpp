@@ -1,139 +1,191 @@
-// ccnvt bench: runs the library's benchmarks and prints ours beside the
-// peers (libyuv, FFmpeg, where this build has them) and a memcpy of the
-// same size, with the ratios.
+// ccnvt bench: times the registered converters and prints each beside its
+// nearest peer (libyuv, FFmpeg, where this build has them) and beside a
+// memcpy and a non-temporal copy of as many bytes, with the ratios.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <regex>
 #include <string>
 #include <vector>
 
+#include "bench/bench_support.h"
 #include "commands.h"
 #include "errors.h"
+#include "kvutil.h"
 #include "options.h"
+#include "registry/kernel_registry.h"
 
 namespace ccnvt {
 
 namespace {
 
-// Our entry and the peer doing the nearest equivalent work.
-constexpr const char* kPeers[][2] = {
-    {"BM_v210_to_2vuy", "BM_ffmpeg_v210_decode"},
-    {"BM_2vuy_to_v210", "BM_ffmpeg_v210_encode"},
-    {"BM_packed10_to_v210", "BM_ffmpeg_bitpacked_decode"},
-    {"BM_YCbCr10Packed_to_v210", "BM_ffmpeg_bitpacked_decode"},
-    {"BM_flip_vert", "BM_libyuv_CopyPlane_flipped"},
-    {"BM_flip_horz", "BM_libyuv_ARGBMirror"},
-    {"BM_2vuy_to_i420", "BM_libyuv_UYVYToI420"},
-    {"BM_YUY2toYV12", "BM_libyuv_YUY2ToI420"},
-    {"BM_NV12_to_uyvy", "BM_libyuv_NV12ToI420_I420ToUYVY"},
-    {"BM_420p10_to_NV12p16", "BM_libyuv_I010ToP010"},
-    {"BM_rgba32_rgb24", "BM_libyuv_ARGBToRGB24"},
-    {"BM_rgb24_rgba32", "BM_libyuv_RGB24ToARGB"},
-    {"BM_rgba32_bgra32", "BM_libyuv_ARGBToABGR"},
-    {"BM_rgba32_argb32", "BM_libyuv_ARGBShuffle_rotate"},
-    {"BM_rgba32_rgb16", "BM_libyuv_ARGBToARGB1555"},
-    {"BM_rgba32_rgb16_565", "BM_libyuv_ARGBToRGB565"},
-    {"BM_rgba32_rgb16_dithered", "BM_libyuv_ARGBToRGB565Dither"},
-    {"BM_rgba32_rgb16_565_dithered", "BM_libyuv_ARGBToRGB565Dither"},
-    {"BM_rgb16_rgba32", "BM_libyuv_ARGB1555ToARGB"},
-    {"BM_rgba_to_alpha", "BM_libyuv_ARGBExtractAlpha"},
-    {"BM_alpha_to_rgba", "BM_libyuv_ARGBCopyYToAlpha"},
-    {"BM_rgba_addalpha", "BM_libyuv_RGB24ToARGB"},
-    {"BM_2yuv_to_alphay", "BM_libyuv_UYVYToY"},
-    {"BM_ccnvt_rgb_to_st2084", "BM_libyuv_ARGBColorTable"},
-    {"BM_ccnvt_st2084_to_rgb", "BM_libyuv_ARGBColorTable"},
-    {"BM_yCbCr10_to_halffloat", "BM_libyuv_HalfFloatPlane"},
+using cconvert::registry::Kernel;
+
+// One row of the table: a converter under one kernel class at one size.
+struct Row {
+    const Kernel* kernel;
+    Size size;
+    unsigned int word;
+
+    std::string ours() const {
+        return std::string("BM_") + kernel->name + "/width:" + std::to_string(size.width) +
+               "/height:" + std::to_string(size.height) + "/features:" + std::to_string(word);
+    }
+    std::string peer() const {
+        if (!kernel->peer) return "";
+        return std::string("BM_") + kernel->peer + "/width:" + std::to_string(size.width) +
+               "/height:" + std::to_string(size.height);
+    }
+    std::string copy(const char* kind) const {
+        return std::string("BM_copy_") + kind + "/bytes:" +
+               std::to_string(cconvert::bench::copy_bytes_for(*kernel, size.width, size.height));
+    }
 };
 
-bool is_peer(const std::string& name) {
-    return name.rfind("BM_libyuv_", 0) == 0 || name.rfind("BM_ffmpeg_", 0) == 0;
+std::vector<Size> sizes_of(const std::string& text) {
+    if (text.empty()) {
+        std::vector<Size> all;
+        for (const auto& size : cconvert::bench::kFrameSizes)
+            all.push_back({static_cast<unsigned>(size[0]), static_cast<unsigned>(size[1])});
+        return all;
+    }
+    const Size size = parse_size(text);
+    for (const auto& measured : cconvert::bench::kFrameSizes)
+        if (static_cast<int>(size.width) == measured[0] && static_cast<int>(size.height) == measured[1])
+            return {size};
+    throw UserError("the benchmarks measure 1920x1080 and 3840x2160, not " + text);
 }
-bool is_bound(const std::string& name) { return name.find("memcpy") != std::string::npos; }
 
-struct Result {
-    std::string name;   // up to the first '/'
-    std::string args;   // the rest: width:W/height:H[/features:F]
-    double gigabytes_per_second = 0;
-};
+std::vector<Row> rows_wanted(const BenchOptions& options) {
+    std::regex filter;
+    try {
+        filter = std::regex(options.filter.empty() ? "." : options.filter);
+    } catch (const std::regex_error&) {
+        throw UserError("--filter: '" + options.filter + "' is not a regular expression");
+    }
+    const unsigned int available = CPUFeatureFlags();
+    std::vector<Row> rows;
+    for (const Size& size : sizes_of(options.size))
+        for (const Kernel& kernel : cconvert::registry::kernels()) {
+            if (!std::regex_search(kernel.name, filter)) continue;
+            const auto words = cconvert::registry::feature_words_of(kernel, available);
+            if (options.all_kernels)
+                for (unsigned int word : words) rows.push_back({&kernel, size, word});
+            else
+                rows.push_back({&kernel, size, words.back()});
+        }
+    if (rows.empty()) throw UserError("no operation matches '" + options.filter + "'");
+    return rows;
+}
 
-// Collects every run instead of printing it.
+// A filter naming exactly the benchmarks the rows need.
+std::string benchmark_filter(const std::vector<Row>& rows) {
+    std::vector<std::string> names;
+    auto add = [&](const std::string& name) {
+        if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    };
+    for (const Row& row : rows) {
+        add(row.ours());
+        add(row.peer());
+        add(row.copy("memcpy"));
+        add(row.copy("streaming"));
+    }
+    std::string filter = "^(";
+    for (const std::string& name : names) {
+        if (filter.size() > 2) filter += '|';
+        filter += name;
+    }
+    filter += ")$";
+    return filter;
+}
+
+// Collects every run's bytes per second instead of printing it.
 class Collector : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
             const auto bytes = run.counters.find("bytes_per_second");
-            if (bytes == run.counters.end() || run.error_occurred) continue;
-            const std::string full = run.benchmark_name();
-            const auto slash = full.find('/');
-            results.push_back({full.substr(0, slash), slash == std::string::npos ? "" : full.substr(slash + 1),
-                               bytes->second.value / 1e9});
+            if (bytes != run.counters.end() && !run.error_occurred)
+                gigabytes_per_second[run.benchmark_name()] = bytes->second.value / 1e9;
         }
     }
-    std::vector<Result> results;
+    double of(const std::string& name) const {
+        const auto found = gigabytes_per_second.find(name);
+        return found == gigabytes_per_second.end() ? 0 : found->second;
+    }
+
+private:
+    std::map<std::string, double> gigabytes_per_second;
 };
 
-std::string kernel_of(const std::string& args) {
-    const auto at = args.find("features:");
-    if (at == std::string::npos) return "";
-    const unsigned long word = std::stoul(args.substr(at + 9));
-    return word & 0x800000 ? "avx2" : word & 0x8000 ? "sse" : "portable";
+std::string figure(double value, const char* format) {
+    if (value <= 0) return "-";
+    char text[32];
+    std::snprintf(text, sizeof text, format, value);
+    return text;
 }
 
-std::string size_of(const std::string& args) {
-    const auto features = args.find("/features:");
-    return features == std::string::npos ? args : args.substr(0, features);
+void print_table(const std::vector<Row>& rows, const Collector& results) {
+    std::printf("GB/s of bytes read + written, single thread; the copies move as many bytes as the operation\n\n");
+    std::printf("%-36s %-9s %-8s %7s  %-30s %7s %7s %7s %6s %6s %6s\n", "operation", "size", "kernel", "ours",
+                "peer", "peer", "memcpy", "stream", "/peer", "/copy", "/strm");
+    for (const Row& row : rows) {
+        const double ours = results.of(row.ours()), peer = results.of(row.peer());
+        const double copy = results.of(row.copy("memcpy")), stream = results.of(row.copy("streaming"));
+        const std::string size = std::to_string(row.size.width) + "x" + std::to_string(row.size.height);
+        std::printf("%-36s %-9s %-8s %7s  %-30s %7s %7s %7s %6s %6s %6s\n", row.kernel->name, size.c_str(),
+                    cconvert::registry::kernel_class_name(row.word), figure(ours, "%.1f").c_str(),
+                    row.kernel->peer && peer > 0 ? row.kernel->peer : "-", figure(peer, "%.1f").c_str(),
+                    figure(copy, "%.1f").c_str(), figure(stream, "%.1f").c_str(),
+                    figure(peer > 0 ? ours / peer : 0, "%.2f").c_str(),
+                    figure(copy > 0 ? ours / copy : 0, "%.2f").c_str(),
+                    figure(stream > 0 ? ours / stream : 0, "%.2f").c_str());
+    }
+}
+
+// Figures that were not measured are null.
+std::string json_number(double value) { return value > 0 ? figure(value, "%.3f") : "null"; }
+
+void print_json(const std::vector<Row>& rows, const Collector& results) {
+    std::printf("[\n");
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const Row& row = rows[i];
+        const double ours = results.of(row.ours()), peer = results.of(row.peer());
+        const double copy = results.of(row.copy("memcpy")), stream = results.of(row.copy("streaming"));
+        std::string peer_name = "null";
+        if (row.kernel->peer && peer > 0) peer_name = std::string("\"").append(row.kernel->peer).append("\"");
+        std::printf("  {\"operation\": \"%s\", \"width\": %u, \"height\": %u, \"kernel\": \"%s\", "
+                    "\"ours_gbps\": %s, \"peer\": %s, \"peer_gbps\": %s, \"memcpy_gbps\": %s, "
+                    "\"streaming_copy_gbps\": %s, \"ours_per_peer\": %s, \"ours_per_memcpy\": %s, "
+                    "\"ours_per_streaming_copy\": %s}%s\n",
+                    row.kernel->name, row.size.width, row.size.height,
+                    cconvert::registry::kernel_class_name(row.word), json_number(ours).c_str(), peer_name.c_str(),
+                    json_number(peer).c_str(), json_number(copy).c_str(), json_number(stream).c_str(),
+                    json_number(peer > 0 ? ours / peer : 0).c_str(), json_number(copy > 0 ? ours / copy : 0).c_str(),
+                    json_number(stream > 0 ? ours / stream : 0).c_str(), i + 1 < rows.size() ? "," : "");
+    }
+    std::printf("]\n");
 }
 
 }  // namespace
 
 void run_bench(const BenchOptions& options) {
-    const Size size = parse_size(options.size);
-    const std::string size_args =
-        "width:" + std::to_string(size.width) + "/height:" + std::to_string(size.height);
-    // Ours that match the caller's filter, and every peer and bound of the size.
-    const std::string filter = "(" + (options.filter.empty() ? std::string(".") : options.filter) +
-                               "|BM_libyuv_|BM_ffmpeg_|memcpy).*" + size_args;
-    std::vector<std::string> arguments = {"ccnvt", "--benchmark_filter=" + filter,
+    const std::vector<Row> rows = rows_wanted(options);
+    std::vector<std::string> arguments = {"ccnvt", "--benchmark_filter=" + benchmark_filter(rows),
                                           "--benchmark_min_time=" + std::to_string(options.seconds)};
     std::vector<char*> argv;
     for (auto& argument : arguments) argv.push_back(argument.data());
     int argc = static_cast<int>(argv.size());
     benchmark::Initialize(&argc, argv.data());
-    Collector collector;
-    benchmark::RunSpecifiedBenchmarks(&collector);
-    const bool any_of_ours = std::any_of(collector.results.begin(), collector.results.end(), [](const Result& r) {
-        return !is_peer(r.name) && !is_bound(r.name);
-    });
-    if (!any_of_ours) throw UserError("no benchmark matches '" + options.filter + "' at " + options.size);
-
-    std::map<std::string, double> peers;
-    double bound = 0;
-    for (const Result& result : collector.results) {
-        if (is_peer(result.name)) peers[result.name] = result.gigabytes_per_second;
-        if (is_bound(result.name)) bound = std::max(bound, result.gigabytes_per_second);
-    }
-    std::printf("%s, GB/s of bytes read + written, single thread; memcpy: the fastest copy of a frame\n\n",
-                options.size.c_str());
-    std::printf("%-40s %-8s %8s %-34s %8s %8s %8s %8s\n", "operation", "kernel", "ours", "peer", "peer",
-                "memcpy", "/peer", "/memcpy");
-    for (const Result& result : collector.results) {
-        if (is_peer(result.name) || is_bound(result.name) || size_of(result.args) != size_args) continue;
-        std::string peer_name = "-";
-        double peer = 0;
-        for (const auto& [ours, theirs] : kPeers)
-            if (result.name == ours && peers.count(theirs)) peer_name = theirs + 3, peer = peers[theirs];
-        char peer_text[16] = "-", ratio_text[16] = "-";
-        if (peer > 0) {
-            std::snprintf(peer_text, sizeof peer_text, "%.1f", peer);
-            std::snprintf(ratio_text, sizeof ratio_text, "%.2f", result.gigabytes_per_second / peer);
-        }
-        std::printf("%-40s %-8s %8.1f %-34s %8s %8.1f %8s %8.2f\n", result.name.c_str() + 3,
-                    kernel_of(result.args).c_str(), result.gigabytes_per_second, peer_name.c_str(), peer_text,
-                    bound, ratio_text, bound > 0 ? result.gigabytes_per_second / bound : 0.0);
-    }
+    Collector results;
+    benchmark::RunSpecifiedBenchmarks(&results);
+    if (options.json)
+        print_json(rows, results);
+    else
+        print_table(rows, results);
 }
 
 }  // namespace ccnvt

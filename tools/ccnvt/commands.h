@@ -35,9 +35,11 @@ struct RtpUnpackOptions {
 };
 
 struct BenchOptions {
-    std::string size = "1920x1080";
-    std::string filter;  // a regular expression over the entry names
+    std::string size;    // empty: every measured size
+    std::string filter;  // a regular expression over the operation names
     double seconds = 0.1;
+    bool all_kernels = false;  // every kernel class, not only the one this processor picks
+    bool json = false;
 };
 
 struct DemoOptions {

@@ -57,9 +57,12 @@ int main(int argc, char** argv) {
 
     ccnvt::BenchOptions bench;
     CLI::App* bench_command = app.add_subcommand("bench", "measure the conversions beside libyuv, FFmpeg and memcpy");
-    bench_command->add_option("--size", bench.size, "frame size, WIDTHxHEIGHT (default 1920x1080; 3840x2160 also)");
+    bench_command->add_option("--size", bench.size, "only this frame size: 1920x1080 or 3840x2160 (default both)");
     bench_command->add_option("--filter", bench.filter, "regular expression over the operation names");
     bench_command->add_option("--seconds", bench.seconds, "least time per measurement (default 0.1)");
+    bench_command->add_flag("--all-kernels", bench.all_kernels,
+                            "every kernel class (portable, sse, avx2), not only the one this processor picks");
+    bench_command->add_flag("--json", bench.json, "print the table as JSON");
     bench_command->callback([&] { ccnvt::run_bench(bench); });
 
     ccnvt::DemoOptions demo;

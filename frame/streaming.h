@@ -50,7 +50,7 @@ inline void streaming_finished() { _mm_sfence(); }
 
 // Bytes of output a streaming kernel converts at a time: small enough for the
 // stack of any host thread and for the first-level cache.
-inline constexpr std::size_t kStreamChunkBytes = 4096;
+inline constexpr std::size_t kStreamChunkBytes = 8192;
 
 // Runs kernel(out, in, units, extra...) over `units` units of in_unit bytes
 // read and out_unit bytes written, a chunk at a time through a buffer that

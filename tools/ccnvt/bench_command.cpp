@@ -2,11 +2,11 @@
 // nearest peer (libyuv, FFmpeg, where this build has them) and beside a
 // memcpy and a non-temporal copy of as many bytes, with the ratios.
 #include <benchmark/benchmark.h>
+#include <regex.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <map>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -58,18 +58,29 @@ std::vector<Size> sizes_of(const std::string& text) {
     throw UserError("the benchmarks measure 1920x1080 and 3840x2160, not " + text);
 }
 
-std::vector<Row> rows_wanted(const BenchOptions& options) {
-    std::regex filter;
-    try {
-        filter = std::regex(options.filter.empty() ? "." : options.filter);
-    } catch (const std::regex_error&) {
-        throw UserError("--filter: '" + options.filter + "' is not a regular expression");
+// An extended POSIX regular expression over the operation names.
+class NameFilter {
+public:
+    explicit NameFilter(const std::string& pattern) {
+        if (regcomp(&compiled_, pattern.empty() ? "." : pattern.c_str(), REG_EXTENDED | REG_NOSUB) != 0)
+            throw UserError("--filter: '" + pattern + "' is not a regular expression");
     }
+    ~NameFilter() { regfree(&compiled_); }
+    NameFilter(const NameFilter&) = delete;
+    NameFilter& operator=(const NameFilter&) = delete;
+    bool matches(const char* name) const { return regexec(&compiled_, name, 0, nullptr, 0) == 0; }
+
+private:
+    regex_t compiled_;
+};
+
+std::vector<Row> rows_wanted(const BenchOptions& options) {
+    const NameFilter filter(options.filter);
     const unsigned int available = CPUFeatureFlags();
     std::vector<Row> rows;
     for (const Size& size : sizes_of(options.size))
         for (const Kernel& kernel : cconvert::registry::kernels()) {
-            if (!std::regex_search(kernel.name, filter)) continue;
+            if (!filter.matches(kernel.name)) continue;
             const auto words = cconvert::registry::feature_words_of(kernel, available);
             if (options.all_kernels)
                 for (unsigned int word : words) rows.push_back({&kernel, size, word});

@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 namespace cconvert::detail {
 
@@ -50,18 +51,26 @@ inline void streaming_finished() { _mm_sfence(); }
 
 // Bytes of output a streaming kernel converts at a time: small enough for the
 // stack of any host thread and for the first-level cache.
-inline constexpr std::size_t kStreamChunkBytes = 8192;
+inline constexpr std::size_t kStreamChunkBytes = 4096;
 
 // Runs kernel(out, in, units, extra...) over `units` units of in_unit bytes
 // read and out_unit bytes written, a chunk at a time through a buffer that
 // stream_copy() moves to `out`. Only for kernels whose units do not depend
 // on where in the row they are, and whose chunks may be a multiple of
 // `unit_multiple` units (the period of anything that does depend on it).
+// Chunks are whole 64-byte lines of output, so that no line gets both
+// non-temporal and ordinary stores (which costs far more than either), save
+// at the ends of a destination that does not start or end on a line.
 template <class Kernel, class... Extra>
 void stream_units(Kernel kernel, unsigned char* out, const unsigned char* in, std::size_t units,
                   std::size_t in_unit, std::size_t out_unit, std::size_t unit_multiple, const Extra&... extra) {
     alignas(64) unsigned char buffer[kStreamChunkBytes];
-    const std::size_t chunk_units = kStreamChunkBytes / out_unit / unit_multiple * unit_multiple;
+    const std::size_t step = std::lcm(unit_multiple, 64 / std::gcd(out_unit, std::size_t{64}));
+    const std::size_t chunk_units = kStreamChunkBytes / out_unit / step * step;
+    if (chunk_units == 0) {
+        kernel(out, in, units, extra...);
+        return;
+    }
     while (units > 0) {
         const std::size_t n = std::min(units, chunk_units);
         kernel(buffer, in, n, extra...);

@@ -50,9 +50,11 @@ struct RowKernels {
 // (read once, when this is made) and, for rows where it may not run, the
 // portable one. Calls take the two rows, the pixel count and what else the
 // group's kernels take. Given the bytes of the destination frame, a vector
-// kernel streams its stores when the frame is larger than the caches and the
-// row does not overlap its source, and the conversion fences when this goes
-// out of scope. Streamed rows go in chunks of whole multiples of 4
+// kernel that walks front to back streams its stores when the frame is larger
+// than the caches and the row does not overlap its source, and the
+// conversion fences when this goes out of scope. (Kernels that walk back to
+// front keep ordinary stores: chunks taken front to back would turn their
+// reads against the direction the prefetchers follow.) Streamed rows go in chunks of whole multiples of 4
 // pixels, where the vector kernels start their blocks and the dither repeats.
 template <class Kernel>
 class ChosenRowKernel {
@@ -60,7 +62,8 @@ public:
     explicit ChosenRowKernel(const RowKernels<Kernel>& kernels, std::size_t destination_frame_bytes = 0)
         : kernels_(kernels),
           chosen_(choose_kernel<Kernel>(kernels.portable, kernels.sse, kernels.avx2)),
-          streaming_(chosen_ != kernels.portable && streaming_pays(destination_frame_bytes)) {}
+          streaming_(chosen_ != kernels.portable && kernels.walk == RowWalk::front_to_back_narrowing &&
+                     streaming_pays(destination_frame_bytes)) {}
     ~ChosenRowKernel() {
         if (streaming_) streaming_finished();
     }

@@ -187,6 +187,16 @@ BmpPicture decode_uncompressed(const unsigned char* bytes, const BmpHeader& head
     return picture;
 }
 
+struct RleDecoder {
+    void (*decode)(void*, long, const void*, long, long, long, const void*);
+    const char* name;
+};
+
+RleDecoder rgb24_decoder_for(const BmpHeader& header) {
+    if (header.compression == kRle8) return {ccnvt_rle8_rgb24, "ccnvt_rle8_rgb24"};
+    return {ccnvt_rle4_rgb24, "ccnvt_rle4_rgb24"};
+}
+
 // RLE: the stream checked, then decoded piece by piece into rgb24 rows
 // prefilled with palette entry 0.
 BmpPicture decode_rle(const unsigned char* bytes, const BmpHeader& header) {
@@ -203,16 +213,16 @@ BmpPicture decode_rle(const unsigned char* bytes, const BmpHeader& header) {
     unsigned char* pixels = picture.frame.data();
     for (std::size_t i = 0; i < picture.frame.size(); ++i) pixels[i] = palette[i % 3];
     const long pitch = 3 * long{width};
-    const auto decode = header.compression == kRle8 ? ccnvt_rle8_rgb24 : ccnvt_rle4_rgb24;
+    const RleDecoder decoder = rgb24_decoder_for(header);
     for (const RlePiece& piece : check.pieces) {
         // The decoder writes its first row at destination + (rows - 1) * pitch
         // and goes up from there.
         const std::uint32_t rows = piece.rows(height);
         unsigned char* destination = pixels + std::size_t{height - piece.row - rows} * pitch + 3 * piece.column;
-        decode(destination, pitch, stream + piece.offset, 0, long{width - piece.column}, long{rows}, palette.data());
+        decoder.decode(destination, pitch, stream + piece.offset, 0, long{width - piece.column}, long{rows},
+                       palette.data());
     }
-    picture.decoding = std::string("bmp (") + header.kind() + ") -> rgb24 (" +
-                       (header.compression == kRle8 ? "ccnvt_rle8_rgb24" : "ccnvt_rle4_rgb24") + ")";
+    picture.decoding = std::string("bmp (") + header.kind() + ") -> rgb24 (" + decoder.name + ")";
     return picture;
 }
 

@@ -282,10 +282,12 @@ const std::vector<Step>& conversion_steps() {
         {"2vuypq", "2vuy", "ccnvt_st2084_to_yuv2", pq_to_uyvy},
         {"v210", "v210pq", "ccnvt_v210_to_st2084", v210_to_pq},
         {"v210pq", "v210", "ccnvt_st2084_to_v210", pq_to_v210},
-        {"2vuy", "key8", "ccnvt_2yuv_to_alphay", uyvy_to_key},
-        {"key8", "2vuy", "ccnvt_alphay_to_2yuv", key_to_uyvy},
+        // Listed before the 2vuy steps: where both reach a format in as many
+        // steps (RGB), the grey pixels keep the key's levels exactly.
         {"key8", "rgba32", "ccnvt_alpha_to_rgba", key_to_rgba32},
         {"rgba32", "key8", "ccnvt_rgba_to_alpha", rgba32_to_key},
+        {"2vuy", "key8", "ccnvt_2yuv_to_alphay", uyvy_to_key},
+        {"key8", "2vuy", "ccnvt_alphay_to_2yuv", key_to_uyvy},
     };
     return steps;
 }

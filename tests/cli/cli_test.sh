@@ -326,6 +326,7 @@ grep -q "bmp (4-bit) -> rgba32 (ccnvt_rgb8_rgba32), rgba32 -> rgb24" chain.txt |
 expect_ok "RLE8 to 2vuy" "$tool" convert rle8-lines.bmp lines.2vuy --to 2vuy
 [ "$(stat -c %s lines.2vuy)" -eq 8 ] || fail "a 2x2 BMP did not give one 2x2 2vuy frame"
 "$tool" formats | grep -q '\.bmp' || fail "formats does not mention BMP input"
+"$tool" convert --help | grep -q 'bmp' || fail "convert --help does not mention BMP input"
 
 expect_error "BMP of another size" "'rle8.bmp' is 7x4, not 8x4" "$tool" convert rle8.bmp out --to rgb24 --size 8x4
 expect_error "BMP with a raw --from" "'rle8.bmp' is a BMP: leave out --from" "$tool" convert rle8.bmp out --from rgb24 --to rgb24
@@ -483,6 +484,9 @@ expect_error "alpha out of range" "--set-alpha" "$tool" convert five.2vuy out --
     fail "fields and alpha with -v"
 grep -q "join fields (ccnvt_fld_sep_to_mix32), 2vuy -> rgba32 (ccnvt_yuv422_8_rgb32), alpha 9 (ccnvt_rgba_setalpha)" chain.txt ||
     fail "-v did not say the operations: $(cat chain.txt)"
+for word in --fields --set-alpha rgbaf16 v210pq key8; do
+    "$tool" convert --help | grep -q -- "$word" || fail "convert --help does not mention $word"
+done
 
 # ---- bad input ----
 expect_error "unknown format" "unknown format 'v211'" "$tool" convert frames.2vuy out --from 2vuy --to v211 --size 1920x1080

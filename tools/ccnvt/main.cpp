@@ -31,6 +31,11 @@ int main(int argc, char** argv) {
     convert_command->add_option("--set-alpha", convert.set_alpha, "set the alpha of rgba32 / bgra32 output to N")
         ->check(CLI::Range(0, 255));
     convert_command->add_flag("-v,--verbose", convert.verbose, "say the chain of conversions");
+    convert_command->footer(
+        "Format words: 'ccnvt formats' lists them all, among them the half-float RGBA outputs rgbaf16,\n"
+        "rgbaf16pq and rgbaf16hlg (SDR to HDR), the ST 2084 codings rgb24pq, 2vuypq and v210pq, and key8\n"
+        "(a key, one byte a pixel). A .bmp input is a palette picture: 1, 4 or 8 bits, uncompressed, RLE8 or\n"
+        "RLE4, checked before it is decoded.");
     convert_command->callback([&] { ccnvt::run_convert(convert); });
 
     ccnvt::ConvertOptions preview;

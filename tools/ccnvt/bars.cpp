@@ -6,8 +6,6 @@
 
 namespace ccnvt {
 
-bool is_hd(std::uint32_t width, std::uint32_t height) { return width > 1279 || height > 576; }
-
 YCbCr10 ycbcr_of(double r, double g, double b, bool bt709) {
     const double kr = bt709 ? 0.2126 : 0.299, kb = bt709 ? 0.0722 : 0.114;
     const double y = kr * r + (1 - kr - kb) * g + kb * b;

@@ -13,10 +13,6 @@ struct YCbCr10 {
     int y, cb, cr;
 };
 
-// True for frames that take the HD layout and BT.709 (wider than 1279 or
-// taller than 576 pixels, as the library's colour-matrix choice).
-bool is_hd(std::uint32_t width, std::uint32_t height);
-
 // The 10-bit value of R'G'B' (0..1 each) in BT.709 or BT.601, rounded.
 YCbCr10 ycbcr_of(double r, double g, double b, bool bt709);
 

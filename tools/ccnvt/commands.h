@@ -13,6 +13,8 @@ struct ConvertOptions {
     std::size_t frames = 0;  // 0: all
     int threads = 1;
     bool verbose = false;
+    std::string fields;  // "split", "join" or empty
+    int set_alpha = -1;  // 0..255, or below 0 to leave the alpha alone
 };
 
 struct BarsOptions {

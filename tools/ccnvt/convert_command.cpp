@@ -1,4 +1,4 @@
-// ccnvt convert: raw frame files between formats.
+// ccnvt convert: raw frame files and pictures between formats.
 #include "commands.h"
 
 #include <unistd.h>
@@ -8,9 +8,11 @@
 #include <thread>
 #include <vector>
 
+#include "bmp_io.h"
 #include "errors.h"
 #include "files.h"
 #include "frames.h"
+#include "operations.h"
 #include "options.h"
 #include "png_io.h"
 
@@ -39,10 +41,6 @@ private:
     bool shown_;
 };
 
-}  // namespace
-
-namespace {
-
 // The RGB format a PNG is read into or written from: 8-bit rgb24 / rgba32,
 // 16-bit rgb48 / rgba64.
 const Format& png_format(PngLayout layout) {
@@ -70,53 +68,79 @@ const Format& png_target_for(const Format& source) {
     return format_named("rgb24");
 }
 
-void write_frame_as_png(const Frame& frame, const std::string& path, const std::vector<const Step*>& route) {
-    const Frame rgb = run_route(frame, route);
-    write_png(path, rgb.width, rgb.height, png_layout_of(*rgb.format), rgb.data());
+// Where the frames come from: a raw file of frames back to back, or one
+// picture (PNG, BMP) decoded into an RGB format.
+struct Source {
+    const Format* format = nullptr;
+    std::uint32_t width = 0, height = 0;
+    std::vector<unsigned char> bytes;  // the frames
+    std::size_t pitch = 0;             // between rows in `bytes` (0: tight)
+    std::size_t frame_bytes = 0;       // of one frame in `bytes`
+    std::size_t frames = 0;
+    const Format* png_target = nullptr;  // what a PNG output is written from
+    std::string decoding;                // how a picture was read, for -v
+
+    Frame frame(std::size_t k) const {
+        return frame_from_pitched(*format, width, height, bytes.data() + k * frame_bytes, pitch);
+    }
+};
+
+// A picture gives its own format and size: --from may only name its kind,
+// --pitch does not apply, and --size must agree.
+void check_picture_options(const ConvertOptions& options, const std::string& kind, const std::string& word) {
+    if (!options.from.empty() && options.from != word)
+        throw UserError("'" + options.input + "' is a " + kind + ": leave out --from (or say " + word + ")");
+    if (options.pitch != 0) throw UserError("--pitch does not apply to a " + kind + " input");
 }
 
-// Converts a PNG: one frame.
-void convert_png_input(const ConvertOptions& options) {
-    if (!options.from.empty() && options.from != "png")
-        throw UserError("'" + options.input + "' is a PNG: leave out --from (or say png)");
-    if (options.pitch != 0) throw UserError("--pitch does not apply to a PNG input");
-    const PngImage image = read_png(options.input);
-    if (!options.size.empty()) {
-        const Size size = parse_size(options.size);
-        if (size.width != image.width || size.height != image.height)
-            throw UserError("'" + options.input + "' is " + std::to_string(image.width) + "x" +
-                            std::to_string(image.height) + ", not " + options.size);
-    }
-    const Format& from = png_format(image.layout);
-    Frame frame = frame_from_pitched(from, image.width, image.height, image.pixels.data(), 0);
-    if (has_extension(options.output, ".png")) {
-        const auto route = plan_route(from, from);
-        write_frame_as_png(frame, options.output, route);
-        return;
-    }
-    const Format& to = format_named(options.to);
-    check_size(to, image.width, image.height);
-    const auto route = plan_route(from, to);
-    if (options.verbose) std::fprintf(stderr, "ccnvt: %s\n", describe_route(route).c_str());
-    const Frame out = run_route(frame, route);
-    OutputFile output(options.output);
-    output.write(out.data(), out.size());
-    output.commit();
+void check_picture_size(const ConvertOptions& options, const Source& source) {
+    check_size(*source.format, source.width, source.height);
+    if (options.size.empty()) return;
+    const Size size = parse_size(options.size);
+    if (size.width != source.width || size.height != source.height)
+        throw UserError("'" + options.input + "' is " + std::to_string(source.width) + "x" +
+                        std::to_string(source.height) + ", not " + options.size);
 }
 
-}  // namespace
+Source picture_source(const ConvertOptions& options, Frame frame, const Format& png_target, std::string decoding) {
+    Source source;
+    source.format = frame.format;
+    source.width = frame.width;
+    source.height = frame.height;
+    source.frame_bytes = frame.size();
+    source.bytes = std::move(frame.bytes);
+    source.frames = 1;
+    source.png_target = &png_target;
+    source.decoding = std::move(decoding);
+    check_picture_size(options, source);
+    return source;
+}
 
-void run_convert(const ConvertOptions& options) {
-    if (has_extension(options.input, ".png")) return convert_png_input(options);
-    const bool png_output = has_extension(options.output, ".png");
-    if (options.from.empty()) throw UserError("--from is required (the input is not a PNG)");
-    if (options.to.empty() && !png_output) throw UserError("--to is required (the output is not a PNG)");
-    if (options.size.empty()) throw UserError("--size is required (the input is not a PNG)");
+Source open_png(const ConvertOptions& options) {
+    check_picture_options(options, "PNG", "png");
+    PngImage image = read_png(options.input);
+    const Format& format = png_format(image.layout);
+    Frame frame;
+    frame.format = &format;
+    frame.width = image.width;
+    frame.height = image.height;
+    frame.bytes = std::move(image.pixels);
+    return picture_source(options, std::move(frame), format, "");
+}
+
+// BMP pixels are opaque: a PNG of one is RGB.
+Source open_bmp(const ConvertOptions& options) {
+    check_picture_options(options, "BMP", "bmp");
+    BmpPicture picture = read_bmp(options.input);
+    return picture_source(options, std::move(picture.frame), format_named("rgb24"), picture.decoding);
+}
+
+Source open_raw(const ConvertOptions& options) {
+    if (options.from.empty()) throw UserError("--from is required (the input is not a PNG or BMP)");
+    if (options.size.empty()) throw UserError("--size is required (the input is not a PNG or BMP)");
     const Size size = parse_size(options.size);
     const Format& from = format_named(options.from);
-    const Format& to = png_output ? png_target_for(format_named(options.from)) : format_named(options.to);
     check_size(from, size.width, size.height);
-    check_size(to, size.width, size.height);
     if (options.pitch != 0) {
         if (from.row_bytes(size.width) == 0)
             throw UserError("--pitch applies to formats with rows of their own; " + from.name + " is planar");
@@ -124,44 +148,103 @@ void run_convert(const ConvertOptions& options) {
             throw UserError("--pitch " + std::to_string(options.pitch) + " is shorter than a " + from.name +
                             " row of " + std::to_string(from.row_bytes(size.width)) + " bytes");
     }
-    if (options.threads < 1) throw UserError("--threads must be at least 1");
-    const auto route = plan_route(from, to);
-    if (options.verbose) std::fprintf(stderr, "ccnvt: %s\n", describe_route(route).c_str());
+    Source source;
+    source.format = &from;
+    source.width = size.width;
+    source.height = size.height;
+    source.pitch = options.pitch;
+    source.png_target = &png_target_for(from);
+    source.bytes = read_file(options.input);
+    source.frame_bytes = from.frame_bytes(size.width, size.height, options.pitch);
+    source.frames = count_frames(options.input, source.bytes.size(), source.frame_bytes, from.name);
+    return source;
+}
 
-    const std::vector<unsigned char> input = read_file(options.input);
-    const std::size_t in_frame = from.frame_bytes(size.width, size.height, options.pitch);
-    const std::size_t available = count_frames(options.input, input.size(), in_frame, from.name);
-    std::size_t frames = available;
-    if (options.frames != 0) {
-        if (options.frames > available)
-            throw UserError("'" + options.input + "' holds " + std::to_string(available) + " frames, not " +
-                            std::to_string(options.frames));
-        frames = options.frames;
+Source open_source(const ConvertOptions& options) {
+    if (has_extension(options.input, ".png")) return open_png(options);
+    if (has_extension(options.input, ".bmp")) return open_bmp(options);
+    return open_raw(options);
+}
+
+std::size_t frames_to_convert(const Source& source, const ConvertOptions& options) {
+    if (options.frames == 0) return source.frames;
+    if (options.frames > source.frames)
+        throw UserError("'" + options.input + "' holds " + std::to_string(source.frames) + " frames, not " +
+                        std::to_string(options.frames));
+    return options.frames;
+}
+
+// The output format: --to, or for a PNG what the source is written as (RGBA
+// when --set-alpha gives it an alpha).
+const Format& output_format(const ConvertOptions& options, const Source& source) {
+    if (!has_extension(options.output, ".png")) return format_named(options.to);
+    if (options.set_alpha >= 0 && source.png_target->name == "rgb24") return format_named("rgba32");
+    return *source.png_target;
+}
+
+// What happens to each frame: its fields joined, its format changed along
+// the route, its fields split, its alpha set.
+struct Conversion {
+    bool join = false, split = false;
+    std::vector<const Step*> route;
+    int alpha = -1;  // below 0: left as the route makes it
+    int threads = 1;
+
+    Frame run(const Frame& in) const {
+        Frame frame = run_route(join ? join_fields(in) : in, route, threads);
+        if (split) frame = split_fields(frame);
+        if (alpha >= 0) set_alpha(frame, alpha);
+        return frame;
     }
 
-    if (png_output) {
-        if (frames != 1)
-            throw UserError("a PNG holds one frame; '" + options.input + "' has " + std::to_string(frames) +
-                            " (take the first with --frames 1)");
-        write_frame_as_png(frame_from_pitched(from, size.width, size.height, input.data(), options.pitch),
-                           options.output, route);
-        return;
+    std::string describe(const std::string& decoding) const {
+        std::vector<std::string> parts;
+        if (!decoding.empty()) parts.push_back(decoding);
+        if (join) parts.push_back("join fields (ccnvt_fld_sep_to_mix32)");
+        if (!route.empty() || parts.empty()) parts.push_back(describe_route(route));
+        if (split) parts.push_back("split fields (ccnvt_fld_mix_to_sep32)");
+        if (alpha >= 0) parts.push_back("alpha " + std::to_string(alpha) + " (ccnvt_rgba_setalpha)");
+        std::string text;
+        for (const std::string& part : parts) text += (text.empty() ? "" : ", ") + part;
+        return text;
     }
+};
 
+Conversion plan_conversion(const ConvertOptions& options, const Source& source, const Format& to) {
+    Conversion conversion;
+    if (!options.fields.empty() && options.fields != "split" && options.fields != "join")
+        throw UserError("--fields takes split or join, not '" + options.fields + "'");
+    conversion.join = options.fields == "join";
+    conversion.split = options.fields == "split";
+    if (conversion.join) check_fields_apply(*source.format, source.width);
+    if (conversion.split) check_fields_apply(to, source.width);
+    if (options.set_alpha >= 0) check_alpha_applies(to);
+    conversion.alpha = options.set_alpha;
+    conversion.route = plan_route(*source.format, to);
+    return conversion;
+}
+
+void write_png_frame(const ConvertOptions& options, const Source& source, std::size_t frames,
+                     const Conversion& conversion) {
+    if (frames != 1)
+        throw UserError("a PNG holds one frame; '" + options.input + "' has " + std::to_string(frames) +
+                        " (take the first with --frames 1)");
+    const Frame rgb = conversion.run(source.frame(0));
+    write_png(options.output, rgb.width, rgb.height, png_layout_of(*rgb.format), rgb.data());
+}
+
+void write_frames(const ConvertOptions& options, const Source& source, std::size_t frames, Conversion conversion) {
     OutputFile output(options.output);
     Progress progress(frames);
     // Banded drivers split each frame among the threads; other routes
     // convert whole frames side by side.
-    const bool banded = route_is_banded(route);
+    const bool banded = route_is_banded(conversion.route);
+    conversion.threads = banded ? options.threads : 1;
     const std::size_t batch = banded ? 1 : static_cast<std::size_t>(options.threads);
     std::vector<Frame> converted(batch);
     for (std::size_t first = 0; first < frames; first += batch) {
         const std::size_t count = std::min(batch, frames - first);
-        auto convert_one = [&](std::size_t k) {
-            const Frame in = frame_from_pitched(from, size.width, size.height,
-                                                input.data() + (first + k) * in_frame, options.pitch);
-            converted[k] = run_route(in, route, banded ? options.threads : 1);
-        };
+        auto convert_one = [&](std::size_t k) { converted[k] = conversion.run(source.frame(first + k)); };
         if (count == 1) {
             convert_one(0);
         } else {
@@ -175,9 +258,23 @@ void run_convert(const ConvertOptions& options) {
     output.commit();
 }
 
-}  // namespace ccnvt
+}  // namespace
 
-namespace ccnvt {
+void run_convert(const ConvertOptions& options) {
+    const bool png_output = has_extension(options.output, ".png");
+    if (options.to.empty() && !png_output) throw UserError("--to is required (the output is not a PNG)");
+    if (options.threads < 1) throw UserError("--threads must be at least 1");
+    const Source source = open_source(options);
+    const Format& to = output_format(options, source);
+    check_size(to, source.width, source.height);
+    const std::size_t frames = frames_to_convert(source, options);
+    const Conversion conversion = plan_conversion(options, source, to);
+    if (options.verbose) std::fprintf(stderr, "ccnvt: %s\n", conversion.describe(source.decoding).c_str());
+    if (png_output)
+        write_png_frame(options, source, frames, conversion);
+    else
+        write_frames(options, source, frames, conversion);
+}
 
 void run_preview(const ConvertOptions& options) {
     if (!has_extension(options.output, ".png")) throw UserError("the preview '" + options.output + "' must end in .png");

@@ -79,6 +79,21 @@ const std::vector<Format>& all_formats() {
          packed_frame<2>},
         {"rgb565", {"rgb16_565"}, "5-6-5 RGB in little-endian 16-bit words, red in bits 15-11", 1, 1,
          packed_row<2>, packed_frame<2>},
+        {"rgbaf16", {}, "RGBA of IEEE half floats (little-endian binary16), R G B A, alpha 1.0; from 2vuy or v210, "
+         "video range, BT.709 matrix above 1279x576, else BT.601", 1, 1, packed_row<8>, packed_frame<8>},
+        {"rgbaf16pq", {}, "half-float RGBA from BT.709 video-range v210 (SDR) moved to BT.2020 and coded with "
+         "ST 2084 (PQ), reference white 203 cd/m2 at about 0.58", 1, 1, packed_row<8>, packed_frame<8>},
+        {"rgbaf16hlg", {}, "half-float RGBA from BT.709 video-range v210 (SDR) moved to BT.2020 and coded with HLG, "
+         "reference white at about 0.75", 1, 1, packed_row<8>, packed_frame<8>},
+        {"rgb24pq", {}, "rgb24 with every byte through the 8-bit ST 2084 (PQ) table; back to rgb24 through the "
+         "8-bit PQ-to-video table (a curve onto 16..235)", 1, 1, packed_row<3>, packed_frame<3>},
+        {"2vuypq", {}, "2vuy with the luma bytes through the 8-bit ST 2084 (PQ) table, chroma kept; back through "
+         "the 8-bit PQ-to-video table", 2, 1, packed_row<2>, packed_frame<2>},
+        {"v210pq", {}, "v210 re-coded by the library's 8-bit ST 2084 converters: three 10-bit positions of each "
+         "word, taken one byte into the row (not the v210 samples)", 2, 1, v210_row_bytes, v210_frame},
+        {"key8", {}, "8-bit key (alpha), one byte per pixel; to 2vuy as luma with chroma 128, to rgba32 as "
+         "grey pixels with the key as alpha; from rgba32 it takes byte 0 (a grey pixel's level)", 1, 1,
+         packed_row<1>, packed_frame<1>},
     };
     return formats;
 }

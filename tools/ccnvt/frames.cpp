@@ -130,6 +130,54 @@ void uyvy_to_yuv444(const Frame& in, Frame& out, int) {
     ccnvt_yuv422_yuv444_8(out.data(), in.data(), in.width, in.height);
 }
 
+// Half-float RGBA: video range, with the matrix the library's full-size RGB
+// decoders take for the frame size.
+int matrix_for(const Frame& frame) { return is_hd(frame.width, frame.height) ? MP_CSP_BT_709 : MP_CSP_BT_601; }
+void v210_to_half(const Frame& in, Frame& out, int) {
+    yCbCr10_to_halffloat(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), matrix_for(in), 0);
+}
+void uyvy_to_half(const Frame& in, Frame& out, int) {
+    yCbCr8_to_halffloat(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), matrix_for(in), 0);
+}
+constexpr int kPq = 0, kHlg = 1;  // transfer modes of the SDR-to-HDR converter
+void v210_to_half_pq(const Frame& in, Frame& out, int) {
+    yCbCr10_to_halffloat_sdr_to_hdr(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), kPq);
+}
+void v210_to_half_hlg(const Frame& in, Frame& out, int) {
+    yCbCr10_to_halffloat_sdr_to_hdr(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in), kHlg);
+}
+
+// ST 2084 through the 8-bit tables. The converters re-code a copy of the
+// frame in place: the 4:2:2 and v210 forms leave some destination bytes
+// unwritten (chroma, the first byte of each row), which keep the source's.
+using Recode = int (*)(unsigned char*, const unsigned char*, unsigned int, unsigned int, unsigned int);
+void recode_copy(const Frame& in, Frame& out, Recode recode) {
+    std::memcpy(out.data(), in.data(), in.size());
+    const auto row = static_cast<unsigned int>(row_of(out));
+    recode(out.data(), out.data(), row, row, out.height);
+}
+void rgb_to_pq(const Frame& in, Frame& out, int) { recode_copy(in, out, ccnvt_rgb_to_st2084); }
+void pq_to_rgb(const Frame& in, Frame& out, int) { recode_copy(in, out, ccnvt_st2084_to_rgb); }
+void uyvy_to_pq(const Frame& in, Frame& out, int) { recode_copy(in, out, ccnvt_yuv2_to_st2084); }
+void pq_to_uyvy(const Frame& in, Frame& out, int) { recode_copy(in, out, ccnvt_st2084_to_yuv2); }
+void v210_to_pq(const Frame& in, Frame& out, int) { recode_copy(in, out, ccnvt_v210_to_st2084); }
+void pq_to_v210(const Frame& in, Frame& out, int) { recode_copy(in, out, ccnvt_st2084_to_v210); }
+
+// A key (alpha plane) as 2vuy luma with neutral chroma, or as grey rgba32
+// pixels whose alpha is the key.
+void uyvy_to_key(const Frame& in, Frame& out, int) {
+    ccnvt_2yuv_to_alphay(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void key_to_uyvy(const Frame& in, Frame& out, int) {
+    ccnvt_alphay_to_2yuv(out.data(), row_of(out), in.data(), row_of(in), w(in), static_cast<int>(in.height));
+}
+void key_to_rgba32(const Frame& in, Frame& out, int) {
+    ccnvt_alpha_to_rgba(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+void rgba32_to_key(const Frame& in, Frame& out, int) {  // byte 0 of each pixel
+    ccnvt_rgba_to_alpha(out.data(), row_of(out), in.data(), row_of(in), w(in), h(in));
+}
+
 // Runs convert(first_row, end_row) over bands of the frame's rows, one band
 // per thread.
 template <class Convert>
@@ -172,6 +220,8 @@ void v210_to_packed10(const Frame& in, Frame& out, int threads) {
 }
 
 }  // namespace
+
+bool is_hd(std::uint32_t width, std::uint32_t height) { return width > 1279 || height > 576; }
 
 Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height) {
     Frame frame;
@@ -222,6 +272,22 @@ const std::vector<Step>& conversion_steps() {
         {"2vuy", "packed10", "kv_ycbcr422_uyvy_to_packed10", uyvy_to_packed10, true},
         {"packed10", "v210", "ccnvt_ycbcr422_packed10_to_v210", packed10_to_v210, true},
         {"v210", "packed10", "ccnvt_ycbcr422_v210_to_packed10", v210_to_packed10, true},
+        {"v210", "rgbaf16", "yCbCr10_to_halffloat", v210_to_half},
+        {"2vuy", "rgbaf16", "yCbCr8_to_halffloat", uyvy_to_half},
+        {"v210", "rgbaf16pq", "yCbCr10_to_halffloat_sdr_to_hdr", v210_to_half_pq},
+        {"v210", "rgbaf16hlg", "yCbCr10_to_halffloat_sdr_to_hdr", v210_to_half_hlg},
+        {"rgb24", "rgb24pq", "ccnvt_rgb_to_st2084", rgb_to_pq},
+        {"rgb24pq", "rgb24", "ccnvt_st2084_to_rgb", pq_to_rgb},
+        {"2vuy", "2vuypq", "ccnvt_yuv2_to_st2084", uyvy_to_pq},
+        {"2vuypq", "2vuy", "ccnvt_st2084_to_yuv2", pq_to_uyvy},
+        {"v210", "v210pq", "ccnvt_v210_to_st2084", v210_to_pq},
+        {"v210pq", "v210", "ccnvt_st2084_to_v210", pq_to_v210},
+        // Listed before the 2vuy steps: where both reach a format in as many
+        // steps (RGB), the grey pixels keep the key's levels exactly.
+        {"key8", "rgba32", "ccnvt_alpha_to_rgba", key_to_rgba32},
+        {"rgba32", "key8", "ccnvt_rgba_to_alpha", rgba32_to_key},
+        {"2vuy", "key8", "ccnvt_2yuv_to_alphay", uyvy_to_key},
+        {"key8", "2vuy", "ccnvt_alphay_to_2yuv", key_to_uyvy},
     };
     return steps;
 }

@@ -27,6 +27,10 @@ struct Frame {
 
 Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height);
 
+// True for frames that take BT.709 (wider than 1279 or taller than 576
+// pixels, as the library's colour-matrix choice), else BT.601.
+bool is_hd(std::uint32_t width, std::uint32_t height);
+
 struct Step {
     const char* from;
     const char* to;

@@ -14,24 +14,36 @@ int main(int argc, char** argv) {
     app.add_subcommand("formats", "list the formats the tool reads and writes")->callback(ccnvt::run_formats);
 
     ccnvt::ConvertOptions convert;
-    CLI::App* convert_command = app.add_subcommand("convert", "convert raw frame files between formats");
-    convert_command->add_option("input", convert.input, "input file")->required();
-    convert_command->add_option("output", convert.output, "output file")->required();
-    convert_command->add_option("--from", convert.from, "input format (not for .png inputs)");
+    CLI::App* convert_command = app.add_subcommand(
+        "convert", "convert raw frame files between formats; .png and .bmp pictures in, .png out");
+    convert_command->add_option("input", convert.input, "input file (raw frames, .png, or .bmp with a palette)")
+        ->required();
+    convert_command->add_option("output", convert.output, "output file (raw frames or .png)")->required();
+    convert_command->add_option("--from", convert.from, "input format (not for .png and .bmp inputs)");
     convert_command->add_option("--to", convert.to, "output format (not for .png outputs)");
-    convert_command->add_option("--size", convert.size, "frame size, WIDTHxHEIGHT (a PNG's own size)");
+    convert_command->add_option("--size", convert.size, "frame size, WIDTHxHEIGHT (a picture's own size)");
     convert_command->add_option("--pitch", convert.pitch, "bytes between input rows (packed formats)");
     convert_command->add_option("--frames", convert.frames, "frames to convert (default: all)");
     convert_command->add_option("--threads", convert.threads, "frames converted at once");
+    convert_command->add_option("--fields", convert.fields,
+                                "split: write each frame as its two fields, rows 0, 2, 4, ... then 1, 3, 5, ...; "
+                                "join: read each input frame as two such fields and interleave them");
+    convert_command->add_option("--set-alpha", convert.set_alpha, "set the alpha of rgba32 / bgra32 output to N")
+        ->check(CLI::Range(0, 255));
     convert_command->add_flag("-v,--verbose", convert.verbose, "say the chain of conversions");
+    convert_command->footer(
+        "Format words: 'ccnvt formats' lists them all, among them the half-float RGBA outputs rgbaf16,\n"
+        "rgbaf16pq and rgbaf16hlg (SDR to HDR), the ST 2084 codings rgb24pq, 2vuypq and v210pq, and key8\n"
+        "(a key, one byte a pixel). A .bmp input is a palette picture: 1, 4 or 8 bits, uncompressed, RLE8 or\n"
+        "RLE4, checked before it is decoded.");
     convert_command->callback([&] { ccnvt::run_convert(convert); });
 
     ccnvt::ConvertOptions preview;
     CLI::App* preview_command = app.add_subcommand("preview", "write a PNG of the first frame of a file");
-    preview_command->add_option("input", preview.input, "input file")->required();
+    preview_command->add_option("input", preview.input, "input file (raw frames, .png or .bmp)")->required();
     preview_command->add_option("output", preview.output, "PNG file")->required();
-    preview_command->add_option("--from", preview.from, "input format")->required();
-    preview_command->add_option("--size", preview.size, "frame size, WIDTHxHEIGHT")->required();
+    preview_command->add_option("--from", preview.from, "input format (not for .png and .bmp inputs)");
+    preview_command->add_option("--size", preview.size, "frame size, WIDTHxHEIGHT (not for .png and .bmp inputs)");
     preview_command->add_option("--pitch", preview.pitch, "bytes between input rows (packed formats)");
     preview_command->callback([&] { ccnvt::run_preview(preview); });
 

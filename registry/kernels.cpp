@@ -1,7 +1,9 @@
 // The registered converters, one line each, grouped by family: name, input
-// and output layouts, kernel classes, width and height steps, the call (d is
-// the output frame, s the input, w and h its size), and the nearest peer's
-// benchmark.
+// and output layouts, kernel classes, width and height steps, the nearest
+// peer's benchmark, and the call (d is the output frame, s the input, w and h
+// its size). A peer is named only where it does comparable work: libyuv has
+// no 16-bit plane splits, and the reduced-preview table decoders have no
+// counterpart (full-size decoding compares through libycbcr).
 #include "registry/kernel_registry.h"
 
 #include <cstdint>
@@ -91,7 +93,7 @@ const std::vector<Kernel>& kernels() {
         KERNEL("rgb32_to_v210", kRgba32, kV210, kAvx2, 2, 1, nullptr, ccnvt_rgb32_v210(d, 0, s, 0, w, h)),
         KERNEL("hd_rgb_to_2vuy", kRgba32, k2vuy, kPortableOnly, 2, 1, "libyuv_ARGBToUYVY",
                hd_rgb_to_2vuy(s, d, i(w * h), 0)),
-        KERNEL("table_2vuy_to_rgb32", k2vuy, kRgba32, kPortableOnly, 2, 1, "libyuv_UYVYToARGB",
+        KERNEL("table_2vuy_to_rgb32", k2vuy, kRgba32, kPortableOnly, 2, 1, nullptr,
                ccnvt_yuv422_rgb24(d, 4 * w, s, 2 * w, w, h, 1)),
         KERNEL("table_v210_to_rgb32", kV210, kRgba32, kPortableOnly, 6, 1, nullptr,
                ccnvt_v210_rgb24(d, 4 * w, s, static_cast<long>(v210_row(w)), w, h, 1)),
@@ -193,10 +195,10 @@ const std::vector<Kernel>& kernels() {
         KERNEL("rgb24_rgb_planar", kRgb24, kPlanes3x8, kSseAndAvx2, 1, 1, "libyuv_SplitRGBPlane",
                ccnvt_rgb24_rgb_planar(plane(d, w, h, 1, 0), plane(d, w, h, 1, 1), plane(d, w, h, 1, 2), w, s,
                                       3 * w, w, h)),
-        KERNEL("rgba64_rgba_planar16", kRgba64, kPlanes4x16, kSseAndAvx2, 1, 1, "libyuv_SplitARGBPlane",
+        KERNEL("rgba64_rgba_planar16", kRgba64, kPlanes4x16, kSseAndAvx2, 1, 1, nullptr,
                ccnvt_rgba64_rgba_planar16(plane(d, w, h, 2, 0), plane(d, w, h, 2, 1), plane(d, w, h, 2, 2),
                                           plane(d, w, h, 2, 3), 2 * w, s, 8 * w, w, h)),
-        KERNEL("rgb48_rgb_planar16", kRgb48, kPlanes3x16, kSseAndAvx2, 1, 1, "libyuv_SplitRGBPlane",
+        KERNEL("rgb48_rgb_planar16", kRgb48, kPlanes3x16, kSseAndAvx2, 1, 1, nullptr,
                ccnvt_rgb48_rgb_planar16(plane(d, w, h, 2, 0), plane(d, w, h, 2, 1), plane(d, w, h, 2, 2), 2 * w,
                                         s, 6 * w, w, h)),
 

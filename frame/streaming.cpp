@@ -32,8 +32,8 @@ std::size_t last_level_cache_bytes() {
 
 std::size_t streaming_threshold_bytes() {
     if (const char* text = std::getenv("CCNVT_STREAMING_BYTES")) return std::strtoull(text, nullptr, 0);
-    static const std::size_t quarter_of_cache = last_level_cache_bytes() / 4;
-    return quarter_of_cache;
+    static const std::size_t twice_the_cache = 2 * last_level_cache_bytes();
+    return twice_the_cache;
 }
 
 }  // namespace cconvert::detail

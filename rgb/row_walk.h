@@ -52,10 +52,11 @@ struct RowKernels {
 // group's kernels take. Given the bytes of the destination frame, a vector
 // kernel that walks front to back streams its stores when the frame is larger
 // than the caches and the row does not overlap its source, and the
-// conversion fences when this goes out of scope. (Kernels that walk back to
-// front keep ordinary stores: chunks taken front to back would turn their
-// reads against the direction the prefetchers follow.) Streamed rows go in chunks of whole multiples of 4
-// pixels, where the vector kernels start their blocks and the dither repeats.
+// conversion fences when this goes out of scope. Streamed rows go in chunks
+// of whole multiples of 4 pixels, where the vector kernels start their blocks
+// and the dither repeats. (Kernels that walk back to front keep ordinary
+// stores: chunks taken front to back would turn their reads against the
+// direction the prefetchers follow.)
 template <class Kernel>
 class ChosenRowKernel {
 public:

@@ -117,27 +117,15 @@ void run_convert(const ConvertOptions& options) {
     const Format& to = png_output ? png_target_for(format_named(options.from)) : format_named(options.to);
     check_size(from, size.width, size.height);
     check_size(to, size.width, size.height);
-    if (options.pitch != 0) {
-        if (from.row_bytes(size.width) == 0)
-            throw UserError("--pitch applies to formats with rows of their own; " + from.name + " is planar");
-        if (options.pitch < from.row_bytes(size.width))
-            throw UserError("--pitch " + std::to_string(options.pitch) + " is shorter than a " + from.name +
-                            " row of " + std::to_string(from.row_bytes(size.width)) + " bytes");
-    }
+    check_row_pitch(from, size.width, options.pitch);
     if (options.threads < 1) throw UserError("--threads must be at least 1");
     const auto route = plan_route(from, to);
     if (options.verbose) std::fprintf(stderr, "ccnvt: %s\n", describe_route(route).c_str());
 
     const std::vector<unsigned char> input = read_file(options.input);
-    const std::size_t in_frame = from.frame_bytes(size.width, size.height, options.pitch);
-    const std::size_t available = count_frames(options.input, input.size(), in_frame, from.name);
-    std::size_t frames = available;
-    if (options.frames != 0) {
-        if (options.frames > available)
-            throw UserError("'" + options.input + "' holds " + std::to_string(available) + " frames, not " +
-                            std::to_string(options.frames));
-        frames = options.frames;
-    }
+    const RawFrames raw =
+        raw_frames_in(options.input, input.size(), from, size.width, size.height, options.pitch, options.frames);
+    const std::size_t in_frame = raw.frame_bytes, frames = raw.count;
 
     if (png_output) {
         if (frames != 1)

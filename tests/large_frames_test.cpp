@@ -13,6 +13,7 @@
 #include <cstring>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -103,6 +104,8 @@ std::vector<BigFrameCase> big_frame_cases() {
          [](unsigned char* d, const unsigned char* s, long rows) { ccnvt_rgba_to_alpha(d, 0, s, 4 * kW, kW, rows); }},
     };
 }
+
+void PrintTo(const BigFrameCase& c, std::ostream* out) { *out << c.name; }
 
 class BigFrame : public testing::TestWithParam<BigFrameCase> {};
 
@@ -255,6 +258,8 @@ std::vector<FarCase> far_cases() {
          }},
     };
 }
+
+void PrintTo(const FarCase& c, std::ostream* out) { *out << c.name; }
 
 class FarRows : public testing::TestWithParam<FarCase> {};
 

@@ -91,6 +91,9 @@ def png_seeds():
     # Found: a header of 30000 x 30000 16-bit RGBA pixels over a 100-byte file
     # made the reader set aside 7.2 GB before reading any pixel.
     write("ccnvt_png", "header_larger_than_file", png_bomb())
+    # Found: an sPLT chunk declaring 1.6 GB in a 48-byte file made libpng set
+    # that much aside before reading it.
+    write("ccnvt_png", "chunk_longer_than_file", png_chunk_longer_than_file())
     # Adam7: seven passes over an 8 x 8 grey-alpha picture.
     write("ccnvt_png", "interlaced_grey_alpha", png_interlaced(8, 8))
 
@@ -147,6 +150,12 @@ def raw_seeds():
     # Found: a pitch of 2^63 over two rows made the frame size wrap to 0 and
     # the frame count divide by it.
     write("ccnvt_raw_frames", "pitch_times_height_wraps", raw(16, 18, 2, 2, 3, 1 << 63, 0, 32))
+
+
+def png_chunk_longer_than_file():
+    header = struct.pack(">IIBBBBB", 2, 2, 16, 6, 0, 0, 0)
+    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + struct.pack(">I", 0x62666165) + b"sPLT" +
+            b"palette\0\x10")
 
 
 def png_bomb():

@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <functional>
 #include <latch>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -137,6 +138,8 @@ std::vector<FirstUse> first_uses() {
     };
 }
 
+void PrintTo(const FirstUse& use, std::ostream* out) { *out << use.name; }
+
 class FirstUseFromManyThreads : public testing::TestWithParam<FirstUse> {};
 
 TEST_P(FirstUseFromManyThreads, EveryThreadGetsTheSingleThreadedBytes) {
@@ -196,6 +199,8 @@ std::vector<BandedDriver> banded_drivers() {
     }
     return drivers;
 }
+
+void PrintTo(const BandedDriver& driver, std::ostream* out) { *out << driver.name; }
 
 class OneFrameInBands : public testing::TestWithParam<BandedDriver> {};
 

@@ -99,6 +99,21 @@ TEST(PngReader, RefusesAHeaderThatPromisesMorePixelsThanTheFileHolds) {
     }
 }
 
+TEST(PngReader, PassesOverAnAncillaryChunkLongerThanTheFile) {
+    // An sPLT chunk that declares 1.6 GB in a 37-byte file: libpng set the
+    // length aside before reading the chunk.
+    Bytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    Bytes header;
+    put_be32(header, 2);
+    put_be32(header, 2);
+    append(header, {16, 6, 0, 0, 0});
+    put_chunk(png, "IHDR", header);
+    put_be32(png, 0x62666165);
+    append(png, {'s', 'P', 'L', 'T', 'p', 'a', 'l', 0});
+    TemporaryFile file(png);
+    EXPECT_THROW(ccnvt::read_png(file.path()), ccnvt::UserError);
+}
+
 // ---- raw frames ----
 
 TEST(RawFrames, APitchWhoseFrameSizeWrapsIsRefused) {

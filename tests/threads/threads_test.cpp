@@ -64,7 +64,8 @@ const Bytes& uyvy_frame() {
 }
 
 const Bytes& v210_frame() {
-    static const Bytes frame = random_bytes(kV210Pitch * kHeight, 12);
+    // The ST 2084 v210 converters read each row's groups one byte late.
+    static const Bytes frame = random_bytes(kV210Pitch * kHeight + 16, 12);
     return frame;
 }
 

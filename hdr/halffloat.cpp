@@ -1,5 +1,7 @@
 // YCbCr to half-float RGBA: the portable kernels, their row walk, and the
 // entry points that offer the picture to processor kernels first.
+#include <cpuid.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -21,13 +23,24 @@ YCbCrDecoding ycbcr_decoding(int matrix, int bits, bool full_range) {
     return {range, coefficients};
 }
 
+namespace {
+
+// F16C (CPUID leaf 1, ECX bit 29). Asked of the processor directly: not every
+// compiler's __builtin_cpu_supports knows the name.
+bool processor_has_f16c() {
+    unsigned int eax = 0, ebx = 0, ecx = 0, edx = 0;
+    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_F16C) != 0;
+}
+
+}  // namespace
+
 const RowCode& row_code() {
     static const RowCode portable{unpack_v210_portable, unpack_2vuy_portable,
                                   decode_chunk_portable, sdr_to_hdr_chunk_portable};
     static const RowCode f16c{unpack_v210_avx2, unpack_2vuy_avx2, decode_chunk_f16c,
                               sdr_to_hdr_chunk_f16c};
     const bool allowed = (CPUFeatureFlags() & kFeatureAvx2) != 0 &&
-                         __builtin_cpu_supports("avx2") && __builtin_cpu_supports("f16c");
+                         __builtin_cpu_supports("avx2") && processor_has_f16c();
     return allowed ? f16c : portable;
 }
 

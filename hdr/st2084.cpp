@@ -83,7 +83,8 @@ std::uint32_t recode_odd_word(std::uint32_t w, Table table) {
 
 void recode_v210_words(unsigned char* destination, const unsigned char* source,
                        std::uint32_t row_bytes, Table table) {
-    for (std::uint32_t at = 0; at < row_bytes; at += kV210BytesPerGroup) {
+    // A 64-bit position: a 32-bit one would wrap to 0 on rows of the last 15 bytes below 4 GiB.
+    for (std::uint64_t at = 0; at < row_bytes; at += kV210BytesPerGroup) {
         const unsigned char* in = source + at + kWordsOffset;
         unsigned char* out = destination + at + kWordsOffset;
         store_le32(out + 0, recode_even_word(load_le32(in + 0), table));

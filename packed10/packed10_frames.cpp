@@ -108,7 +108,8 @@ int ccnvt_YCbCr10Packed_to_uyvu(unsigned char* destination, const unsigned char*
 
 int ccnvt_YCbCr10Packed_to_low8_from10(unsigned char* destination, const unsigned char* source, int bit_offset,
                                        unsigned int count) {
-    ZeroExtendedBitReader reader(source, count * 10u / 8u);
+    // count * 10 / 8 in 64 bits: streams of more than 429,496,729 samples reach past 4 GiB.
+    ZeroExtendedBitReader reader(source, std::int64_t{count} * 10 / 8);
     reader.skip(bit_offset);
     for (unsigned int i = 0; i < count; ++i)
         destination[i] = static_cast<unsigned char>(reader.read(kPacked10SampleBits) & 0xFF);

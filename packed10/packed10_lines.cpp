@@ -88,7 +88,7 @@ struct GroupBytes {
 // stepping forwards) whose destination is larger than the caches.
 bool band_streams(LineKernel kernel, LineKernel portable, const unsigned char* source,
                   std::ptrdiff_t source_step, const unsigned char* destination, std::ptrdiff_t destination_step,
-                  int rows) {
+                  std::ptrdiff_t rows) {
     if (kernel == portable || rows <= 0 || source_step <= 0 || destination_step <= 0) return false;
     const std::size_t source_span = static_cast<std::size_t>(source_step) * static_cast<std::size_t>(rows);
     const std::size_t destination_span = static_cast<std::size_t>(destination_step) * static_cast<std::size_t>(rows);
@@ -119,18 +119,24 @@ Lines lines_of(LineKernel portable, LineKernel sse, LineKernel avx2, GroupBytes 
     return {choose_kernel<LineKernel>(portable, sse, avx2), portable, group};
 }
 
-// Runs the kernel over rows rows, the pointers stepping by their own strides.
+// Runs the kernel over rows rows, the pointers stepping by their own strides
+// (64-bit offsets: a band may run past 2 GiB).
 void convert_rows(const Lines& lines, const unsigned char* source, std::ptrdiff_t source_step,
-                  unsigned char* destination, std::ptrdiff_t destination_step, int rows, int width) {
+                  unsigned char* destination, std::ptrdiff_t destination_step, std::ptrdiff_t rows, int width) {
     if (band_streams(lines.kernel, lines.portable, source, source_step, destination, destination_step, rows)) {
-        for (int i = 0; i < rows; ++i)
+        for (std::ptrdiff_t i = 0; i < rows; ++i)
             convert_line_streaming(lines.kernel, source + i * source_step, destination + i * destination_step, width,
                                    lines.group);
         streaming_finished();
         return;
     }
-    for (int i = 0; i < rows; ++i)
+    for (std::ptrdiff_t i = 0; i < rows; ++i)
         lines.kernel(source + i * source_step, destination + i * destination_step, width);
+}
+
+// The rows of a band, in 64 bits: end_row - first_row may not fit an int.
+std::ptrdiff_t rows_of_band(int first_row, int end_row) {
+    return static_cast<std::ptrdiff_t>(end_row) - first_row;
 }
 
 void convert_band(const Lines& lines, const unsigned char* source, int source_pitch, int width,
@@ -138,7 +144,7 @@ void convert_band(const Lines& lines, const unsigned char* source, int source_pi
     if (first_row >= end_row) return;
     convert_rows(lines, source + row_offset(first_row, source_pitch), source_pitch,
                  destination + row_offset(first_row, destination_pitch), destination_pitch,
-                 end_row - first_row, width);
+                 rows_of_band(first_row, end_row), width);
 }
 
 enum class Packed10Side { Source, Destination };
@@ -155,20 +161,22 @@ void convert_fields_band(const Lines& lines, Packed10Side packed10_side, unsigne
     const int v210_pitch = packed10_is_source ? destination_pitch : source_pitch;
     const int half = height / 2;
 
-    auto run = [&](int first, int end, int first_v210_row) {
+    // Row offsets in 64 bits: interleaving doubles the v210 row numbers.
+    auto run = [&](int first, int end, std::ptrdiff_t first_v210_row) {
         if (first >= end) return;
-        unsigned char* packed10_row = packed10 + row_offset(first, packed10_pitch);
-        unsigned char* v210_row = v210 + row_offset(first_v210_row, v210_pitch);
+        unsigned char* packed10_row = packed10 + static_cast<std::ptrdiff_t>(first) * packed10_pitch;
+        unsigned char* v210_row = v210 + first_v210_row * v210_pitch;
         const std::ptrdiff_t v210_step = 2 * static_cast<std::ptrdiff_t>(v210_pitch);
+        const std::ptrdiff_t rows = rows_of_band(first, end);
         if (packed10_is_source)
-            convert_rows(lines, packed10_row, packed10_pitch, v210_row, v210_step, end - first, width);
+            convert_rows(lines, packed10_row, packed10_pitch, v210_row, v210_step, rows, width);
         else
-            convert_rows(lines, v210_row, v210_step, packed10_row, packed10_pitch, end - first, width);
+            convert_rows(lines, v210_row, v210_step, packed10_row, packed10_pitch, rows, width);
     };
     const int first_field_end = end_row < half ? end_row : half;
-    run(first_row, first_field_end, 2 * first_row + 1);
+    run(first_row, first_field_end, 2 * static_cast<std::ptrdiff_t>(first_row) + 1);
     const int second_field_first = first_row > half ? first_row : half;
-    run(second_field_first, end_row, 2 * (second_field_first - half));
+    run(second_field_first, end_row, 2 * (static_cast<std::ptrdiff_t>(second_field_first) - half));
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 # usage: cli_test.sh CCNVT WORK_DIR
 set -u
 tool=$(realpath "$1")
+here=$(cd "$(dirname "$0")" && pwd)
 work=$2
 rm -rf "$work" && mkdir -p "$work" && cd "$work" || exit 1
 failures=0
@@ -97,6 +98,10 @@ head -c 100 /dev/urandom > fake.png
 expect_error "not a PNG" "'fake.png' is not a PNG file" "$tool" convert fake.png out --to rgba32
 head -c 200 small.png > truncated.png
 expect_error "truncated PNG" "cannot read the PNG 'truncated.png'" "$tool" convert truncated.png out --to rgba32
+python3 "$here/../fuzz/make_seeds.py" --print-png-bomb > bomb.png
+expect_error "PNG header larger than the file" "pixels cannot come out of" "$tool" convert bomb.png out --to rgba32
+expect_error "pitch beyond the file" "shorter than one rgba32 frame of 48 rows 9223372036854775808 bytes apart" \
+    "$tool" convert small.rgba32 out --from rgba32 --to rgb24 --size 64x48 --pitch 9223372036854775808
 cat small.rgba32 small.rgba32 > two.rgba32
 expect_error "several frames into one PNG" "a PNG holds one frame; 'two.rgba32' has 2" \
     "$tool" convert two.rgba32 out.png --from rgba32 --size 64x48

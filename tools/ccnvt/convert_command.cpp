@@ -141,13 +141,7 @@ Source open_raw(const ConvertOptions& options) {
     const Size size = parse_size(options.size);
     const Format& from = format_named(options.from);
     check_size(from, size.width, size.height);
-    if (options.pitch != 0) {
-        if (from.row_bytes(size.width) == 0)
-            throw UserError("--pitch applies to formats with rows of their own; " + from.name + " is planar");
-        if (options.pitch < from.row_bytes(size.width))
-            throw UserError("--pitch " + std::to_string(options.pitch) + " is shorter than a " + from.name +
-                            " row of " + std::to_string(from.row_bytes(size.width)) + " bytes");
-    }
+    check_row_pitch(from, size.width, options.pitch);
     Source source;
     source.format = &from;
     source.width = size.width;
@@ -155,8 +149,11 @@ Source open_raw(const ConvertOptions& options) {
     source.pitch = options.pitch;
     source.png_target = &png_target_for(from);
     source.bytes = read_file(options.input);
-    source.frame_bytes = from.frame_bytes(size.width, size.height, options.pitch);
-    source.frames = count_frames(options.input, source.bytes.size(), source.frame_bytes, from.name);
+    // Every frame of the file: frames_to_convert() takes --frames.
+    const RawFrames raw =
+        raw_frames_in(options.input, source.bytes.size(), from, size.width, size.height, options.pitch, 0);
+    source.frame_bytes = raw.frame_bytes;
+    source.frames = raw.count;
     return source;
 }
 

@@ -4,11 +4,13 @@
 #include <cstring>
 #include <thread>
 #include <deque>
+#include <limits>
 #include <map>
 
 #include <cconvert/cconvert.h>
 
 #include "errors.h"
+#include "files.h"
 
 namespace ccnvt {
 
@@ -337,6 +339,35 @@ Frame run_route(const Frame& in, const std::vector<const Step*>& route, int thre
         current = std::move(next);
     }
     return current;
+}
+
+void check_row_pitch(const Format& format, std::uint32_t width, std::size_t row_pitch) {
+    if (row_pitch == 0) return;
+    const std::size_t row = format.row_bytes(width);
+    if (row == 0) throw UserError("--pitch applies to formats with rows of their own; " + format.name + " is planar");
+    if (row_pitch < row)
+        throw UserError("--pitch " + std::to_string(row_pitch) + " is shorter than a " + format.name + " row of " +
+                        std::to_string(row) + " bytes");
+}
+
+RawFrames raw_frames_in(const std::string& path, std::size_t file_bytes, const Format& format, std::uint32_t width,
+                        std::uint32_t height, std::size_t row_pitch, std::size_t wanted) {
+    check_row_pitch(format, width, row_pitch);
+    // A frame size that does not fit in a size_t is longer than any file.
+    if (row_pitch != 0 && row_pitch > std::numeric_limits<std::size_t>::max() / height)
+        throw UserError("'" + path + "' is " + std::to_string(file_bytes) + " bytes, shorter than one " +
+                        format.name + " frame of " + std::to_string(height) + " rows " + std::to_string(row_pitch) +
+                        " bytes apart");
+    RawFrames frames;
+    frames.frame_bytes = format.frame_bytes(width, height, row_pitch);
+    frames.count = count_frames(path, file_bytes, frames.frame_bytes, format.name);
+    if (wanted != 0) {
+        if (wanted > frames.count)
+            throw UserError("'" + path + "' holds " + std::to_string(frames.count) + " frames, not " +
+                            std::to_string(wanted));
+        frames.count = wanted;
+    }
+    return frames;
 }
 
 Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,

@@ -56,6 +56,22 @@ Frame run_route(const Frame& in, const std::vector<const Step*>& route, int thre
 // True when a step of the route converts bands of rows.
 bool route_is_banded(const std::vector<const Step*>& route);
 
+// Throws UserError when rows row_pitch bytes apart (0: tight) do not suit
+// the format: planar formats take no pitch, and a pitch holds a row.
+void check_row_pitch(const Format& format, std::uint32_t width, std::size_t row_pitch);
+
+// Where the frames of a raw file lie: frame k at k * frame_bytes.
+struct RawFrames {
+    std::size_t frame_bytes = 0, count = 0;
+};
+
+// The frames of a raw file of file_bytes whose rows are row_pitch bytes
+// apart (0: tight), all of them or the first `wanted`. UserError when the
+// pitch does not suit the format, when the file is shorter than one frame or
+// ends in a partial one, and when it holds fewer than `wanted`.
+RawFrames raw_frames_in(const std::string& path, std::size_t file_bytes, const Format& format, std::uint32_t width,
+                        std::uint32_t height, std::size_t row_pitch, std::size_t wanted);
+
 // A frame from rows row_pitch bytes apart (row_pitch 0: tight), for packed
 // formats; the rows are brought together with the library's pitch copy.
 Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,

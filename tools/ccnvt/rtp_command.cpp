@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@
 #include "files.h"
 #include "frames.h"
 #include "options.h"
+#include "rtp_capture.h"
 
 namespace ccnvt {
 
@@ -182,12 +184,15 @@ struct Segment {
 };
 
 // Decodes a segment into its v210 line: the group that holds its first
-// pixel is offset / 6 groups in, the phase offset mod 6.
-void decode_segment(const Segment& segment, unsigned char* frame, std::size_t pitch) {
+// pixel is offset / 6 groups in, the phase offset mod 6. Only the pairs that
+// start inside the line are decoded: a pixel count rounded up from the
+// segment's length may reach one pixel past it, into the next row's first
+// group when the width is a multiple of 48.
+void decode_segment(const Segment& segment, unsigned char* frame, std::size_t pitch, std::uint32_t width) {
     unsigned char* line = frame + std::size_t{segment.row} * pitch;
     auto* group = reinterpret_cast<unsigned int*>(line + segment.offset / 6 * 16);
     const unsigned long phase = segment.offset % 6;
-    const long pairs = static_cast<long>((segment.pixels + 1) / 2);
+    const long pairs = static_cast<long>(std::min((segment.pixels + 1) / 2, (width - segment.offset + 1) / 2));
     const long lead_in = phase == 2 ? 2 : phase == 4 ? 1 : 0;
     ccnvt_4175_to_v210(group, segment.payload, static_cast<std::int64_t>(segment.payload_bytes),
                        std::max(0L, pairs - lead_in), phase);
@@ -224,33 +229,31 @@ std::uint32_t first_row_number(const std::string& path) {
 
 }  // namespace
 
-void run_rtp_unpack(const RtpUnpackOptions& options) {
-    const Size size = parse_size(options.size);
-    const Format& v210 = format_named("v210");
-    check_size(v210, size.width, size.height);
+CaptureSummary read_rtp_capture(const std::string& path, std::uint32_t width, std::uint32_t height,
+                                const std::function<void(const unsigned char*, std::size_t)>& on_frame) {
     char error[PCAP_ERRBUF_SIZE] = "";
-    pcap_t* capture = pcap_open_offline(options.input.c_str(), error);
-    if (capture == nullptr) throw UserError("cannot read the capture '" + options.input + "': " + error);
+    pcap_t* capture = pcap_open_offline(path.c_str(), error);
+    if (capture == nullptr) throw UserError("cannot read the capture '" + path + "': " + error);
     if (pcap_datalink(capture) != DLT_EN10MB) {
         pcap_close(capture);
-        throw UserError("'" + options.input + "' is not an Ethernet capture");
+        throw UserError("'" + path + "' is not an Ethernet capture");
     }
-    const std::size_t pitch = v210_row_bytes(size.width);
-    const std::uint32_t first_row = first_row_number(options.input);
-    std::vector<unsigned char> frame(v210.frame_bytes(size.width, size.height, 0) + 64, 0);
-    OutputFile output(options.output);
-    std::size_t packet_number = 0, frames = 0, lost = 0, out_of_order = 0, pending_segments = 0;
+    const Format& v210 = format_named("v210");
+    const std::size_t pitch = v210_row_bytes(width);
+    const std::uint32_t first_row = first_row_number(path);
+    std::vector<unsigned char> frame(v210.frame_bytes(width, height, 0) + 64, 0);
+    CaptureSummary summary;
     bool have_sequence = false;
     std::uint16_t expected = 0;
     auto fail = [&](const std::string& why) {
         pcap_close(capture);
-        throw UserError("'" + options.input + "' packet " + std::to_string(packet_number) + ": " + why);
+        throw UserError("'" + path + "' packet " + std::to_string(summary.packets) + ": " + why);
     };
     pcap_pkthdr* header = nullptr;
     const u_char* data = nullptr;
     int status;
     while ((status = pcap_next_ex(capture, &header, &data)) == 1) {
-        ++packet_number;
+        ++summary.packets;
         const std::size_t length = header->caplen;
         if (length < kEthernetBytes + kIpv4Bytes + kUdpBytes + kRtpHeaderBytes || get16(data + 12) != 0x0800)
             fail("not an IPv4 packet that can hold RTP");
@@ -264,7 +267,7 @@ void run_rtp_unpack(const RtpUnpackOptions& options) {
         const auto sequence = static_cast<std::uint16_t>(get16(rtp + 2));
         if (have_sequence && sequence != expected) {
             const auto gap = static_cast<std::uint16_t>(sequence - expected);
-            if (gap < 0x8000) lost += gap; else ++out_of_order;
+            if (gap < 0x8000) summary.lost += gap; else ++summary.out_of_order;
         }
         if (!have_sequence || static_cast<std::uint16_t>(sequence - expected) < 0x8000) expected = static_cast<std::uint16_t>(sequence + 1);
         have_sequence = true;
@@ -276,16 +279,16 @@ void run_rtp_unpack(const RtpUnpackOptions& options) {
         segment.pixels = (2 * srd_length + 4) / 5;
         segment.payload = rtp + kRtpHeaderBytes;
         segment.payload_bytes = std::min<std::size_t>(srd_length, rtp_bytes - kRtpHeaderBytes);
-        if (row_field < first_row || segment.row >= size.height || segment.offset % 2 != 0 ||
-            segment.offset + segment.pixels > size.width + 1)
+        if (row_field < first_row || segment.row >= height || segment.offset % 2 != 0 ||
+            segment.offset + segment.pixels > width + 1)
             fail("its segment (row " + std::to_string(row_field) + ", offset " + std::to_string(segment.offset) +
-                 ") lies outside a " + options.size + " frame");
-        decode_segment(segment, frame.data(), pitch);
-        ++pending_segments;
+                 ") lies outside a " + std::to_string(width) + "x" + std::to_string(height) + " frame");
+        decode_segment(segment, frame.data(), pitch, width);
+        ++summary.pending_segments;
         if (rtp[1] & 0x80) {  // the marker ends the frame
-            output.write(frame.data(), frame.size() - 64);
-            ++frames;
-            pending_segments = 0;
+            on_frame(frame.data(), frame.size() - 64);
+            ++summary.frames;
+            summary.pending_segments = 0;
         }
     }
     if (status == -1) {
@@ -293,13 +296,30 @@ void run_rtp_unpack(const RtpUnpackOptions& options) {
         fail(why);
     }
     pcap_close(capture);
-    if (frames == 0) throw UserError("'" + options.input + "' holds no complete frame (no packet with the marker)");
-    output.commit();
+    return summary;
+}
+
+void run_rtp_unpack(const RtpUnpackOptions& options) {
+    const Size size = parse_size(options.size);
+    check_size(format_named("v210"), size.width, size.height);
+    // Made when the first frame is complete, so that a capture that cannot be
+    // read is reported before an output that cannot be written.
+    std::optional<OutputFile> output;
+    const CaptureSummary summary =
+        read_rtp_capture(options.input, size.width, size.height, [&](const unsigned char* frame, std::size_t bytes) {
+            if (!output) output.emplace(options.output);
+            output->write(frame, bytes);
+        });
+    if (summary.frames == 0)
+        throw UserError("'" + options.input + "' holds no complete frame (no packet with the marker)");
+    output->commit();
     if (options.quiet) return;
-    std::fprintf(stderr, "ccnvt: %zu frame%s from %zu packets", frames, frames == 1 ? "" : "s", packet_number);
-    if (lost) std::fprintf(stderr, ", %zu lost", lost);
-    if (out_of_order) std::fprintf(stderr, ", %zu out of order", out_of_order);
-    if (pending_segments) std::fprintf(stderr, ", %zu packets after the last complete frame ignored", pending_segments);
+    std::fprintf(stderr, "ccnvt: %zu frame%s from %zu packets", summary.frames, summary.frames == 1 ? "" : "s",
+                 summary.packets);
+    if (summary.lost) std::fprintf(stderr, ", %zu lost", summary.lost);
+    if (summary.out_of_order) std::fprintf(stderr, ", %zu out of order", summary.out_of_order);
+    if (summary.pending_segments)
+        std::fprintf(stderr, ", %zu packets after the last complete frame ignored", summary.pending_segments);
     std::fputc('\n', stderr);
 }
 

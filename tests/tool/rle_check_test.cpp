@@ -13,7 +13,7 @@
 #include "cconvert/rgb.h"
 #include "support/test_support.h"
 // The unit under test lives in the tool; it has no dependencies of its own.
-#include "tools/ccnvt/rle_check.cpp"
+#include "rle_check.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 // The packed10 band drivers converting one frame from one and from two
 // threads, each thread taking a band of rows: wall-clock time, so the ratio
-// of the two is the scaling a host gets on two cores.
+// of the two is the scaling a host with a worker pool gets on two cores.
+#include <atomic>
+#include <barrier>
 #include <thread>
 #include <vector>
 
@@ -23,23 +25,57 @@ void v210_to_packed10(unsigned char* in, unsigned char* out, int width, int firs
     ccnvt_ycbcr422_v210_to_packed10(in, 0, width, first, end, height, out, 0, false);
 }
 
-// Runs the driver over the frame in `threads` bands, the first on this thread.
-void in_bands(BandDriver driver, unsigned char* in, unsigned char* out, int width, int height, int threads) {
-    std::vector<std::thread> others;
-    const auto band_end = [&](int band) { return static_cast<int>(static_cast<long>(height) * band / threads); };
-    for (int band = 1; band < threads; ++band)
-        others.emplace_back(driver, in, out, width, band_end(band), band_end(band + 1), height);
-    driver(in, out, width, 0, band_end(1), height);
-    for (auto& thread : others) thread.join();
-}
+// Helper threads that stay for a whole measurement, as a host's worker pool
+// does: each frame, every one converts its band, the caller converting the
+// first; a barrier starts and ends each frame.
+class BandWorkers {
+public:
+    BandWorkers(BandDriver driver, unsigned char* in, unsigned char* out, int width, int height, int threads)
+        : driver_(driver), in_(in), out_(out), width_(width), height_(height), threads_(threads),
+          frame_start_(threads), frame_end_(threads) {
+        for (int band = 1; band < threads; ++band) helpers_.emplace_back([this, band] { work(band); });
+    }
+    ~BandWorkers() {
+        stop_ = true;
+        frame_start_.arrive_and_wait();
+        for (auto& helper : helpers_) helper.join();
+    }
+    BandWorkers(const BandWorkers&) = delete;
+    BandWorkers& operator=(const BandWorkers&) = delete;
+
+    void convert_frame() {
+        frame_start_.arrive_and_wait();
+        convert_band(0);
+        frame_end_.arrive_and_wait();
+    }
+
+private:
+    int band_end(int band) const { return static_cast<int>(static_cast<long>(height_) * band / threads_); }
+    void convert_band(int band) { driver_(in_, out_, width_, band_end(band), band_end(band + 1), height_); }
+    void work(int band) {
+        for (;;) {
+            frame_start_.arrive_and_wait();
+            if (stop_) return;
+            convert_band(band);
+            frame_end_.arrive_and_wait();
+        }
+    }
+
+    BandDriver driver_;
+    unsigned char *in_, *out_;
+    int width_, height_, threads_;
+    std::atomic<bool> stop_{false};
+    std::barrier<> frame_start_, frame_end_;
+    std::vector<std::thread> helpers_;
+};
 
 void time_bands(benchmark::State& state, BandDriver driver, std::size_t in_bytes, std::size_t out_bytes) {
     const int width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
-    const int threads = static_cast<int>(state.range(2));
     auto in = random_frame(in_bytes);
     auto out = random_frame(out_bytes, 2);
+    BandWorkers workers(driver, in.data(), out.data(), width, height, static_cast<int>(state.range(2)));
     for (auto _ : state) {
-        in_bands(driver, in.data(), out.data(), width, height, threads);
+        workers.convert_frame();
         benchmark::ClobberMemory();
     }
     count_bytes(state, in_bytes, out_bytes);

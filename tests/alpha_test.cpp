@@ -285,35 +285,6 @@ TEST_P(AlphaOperations, InPlaceCallsGiveWhatSeparateBuffersGive) {
             }
 }
 
-// Every kernel class gives the portable bytes on full-size rows, compared
-// directly.
-TEST_P(AlphaOperations, LargeFramesEqualThePortablePath) {
-    std::uint32_t seed = 4000;
-    for (const Operation& op : operations())
-        for (long w : {1920L, 1925L}) {
-            const Sides s = sides_of(op, w, 9, 13);
-            const auto in = extent(s.in_row, s.in_pitch, 3, op.end_aligned);
-            const auto out = extent(s.out_row, s.out_pitch, 3, op.end_aligned);
-            Arena source(in.first, in.second, seed++), portable(out.first, out.second, seed++);
-            Arena chosen = portable;
-            {
-                const ScopedCpuFeatures none(0);
-                op.run(portable.at(0), s.out_pitch, source.at(0), s.in_pitch, w, 3);
-            }
-            const ScopedCpuFeatures features(GetParam());
-            op.run(chosen.at(0), s.out_pitch, source.at(0), s.in_pitch, w, 3);
-            ASSERT_EQ(chosen.bytes, portable.bytes) << describe(op, w, 3, s);
-        }
-    Arena pixels(0, 4 * 1931 * 2, seed), portable = pixels;
-    {
-        const ScopedCpuFeatures none(0);
-        ccnvt_rgba_setalpha(portable.at(0), 4 * 1931, 0x21, 1930, 2);
-    }
-    const ScopedCpuFeatures features(GetParam());
-    ccnvt_rgba_setalpha(pixels.at(0), 4 * 1931, 0x21, 1930, 2);
-    EXPECT_EQ(pixels.bytes, portable.bytes);
-}
-
 INSTANTIATE_TEST_SUITE_P(FeatureWords, AlphaOperations,
                          ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });

@@ -318,23 +318,6 @@ TEST_P(DeepRgb, InPlaceCallsEqualSeparateFrames) {
     }
 }
 
-TEST_P(DeepRgb, LargeFramesEqualThePortablePath) {
-    std::uint32_t seed = 600;
-    for (const Converter& c : converters())
-        for (long w : {1920L, 1923L}) {
-            const Geometry g{w, 3, c.out.bytes() * w + 5, c.in.bytes() * w + 7};
-            Arena source(extent(c, g, false), seed++), portable(extent(c, g, true), seed++);
-            Arena chosen = portable;
-            {
-                const ScopedCpuFeatures none(0);
-                c.convert(portable.at(), g.destination_pitch, source.at(), g.source_pitch, w, g.height, 12);
-            }
-            const ScopedCpuFeatures features(GetParam());
-            c.convert(chosen.at(), g.destination_pitch, source.at(), g.source_pitch, w, g.height, 12);
-            ASSERT_EQ(chosen.bytes, portable.bytes) << c.name << " width " << w;
-        }
-}
-
 INSTANTIATE_TEST_SUITE_P(FeatureWords, DeepRgb, ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 

@@ -150,29 +150,6 @@ TEST_P(PlanarRgb, PlanesLeftOutAndPitchesOfEitherSign) {
                     }
 }
 
-TEST_P(PlanarRgb, LargeFramesEqualThePortablePath) {
-    std::uint32_t seed = 900;
-    for (const Splitter& s : splitters())
-        for (long w : {1920L, 1925L}) {
-            const long plane_pitch = s.sample_bytes * w + 7, source_pitch = s.channels * s.sample_bytes * w + 9;
-            const auto source = cconvert::test::random_bytes(source_pitch * 3, seed++);
-            std::vector<std::vector<unsigned char>> portable(s.channels, std::vector<unsigned char>(plane_pitch * 3)),
-                chosen = portable;
-            auto split = [&](std::vector<std::vector<unsigned char>>& planes) {
-                std::array<void*, 4> p{};
-                for (int c = 0; c < s.channels; ++c) p[c] = planes[c].data();
-                s.split(p, plane_pitch, source.data(), source_pitch, w, 3);
-            };
-            {
-                const ScopedCpuFeatures none(0);
-                split(portable);
-            }
-            const ScopedCpuFeatures features(GetParam());
-            split(chosen);
-            ASSERT_EQ(chosen, portable) << s.name << " width " << w;
-        }
-}
-
 // A plane laid over the source: the per-pixel walk (each pixel read whole,
 // then its samples written to planes 0, 1, ...) decides the bytes.
 TEST_P(PlanarRgb, PlanesOverTheSourceFollowThePerPixelWalk) {

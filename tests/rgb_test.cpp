@@ -370,25 +370,6 @@ TEST_P(RgbConverters, EveryAliasIsItsTarget) {
         }
 }
 
-// Every kernel class gives the portable bytes on full-size rows with padded
-// pitches, compared directly.
-TEST_P(RgbConverters, LargeFramesEqualThePortablePath) {
-    std::uint32_t seed = 600;
-    for (const Converter& c : converters())
-        for (long w : {1920L, 1923L}) {
-            const Geometry g{w, 3, c.out_bytes * w + 5, c.in_bytes * w + 7};
-            Arena source(extent(c, g, false), seed++), portable(extent(c, g, true), seed++);
-            Arena chosen = portable;
-            {
-                const ScopedCpuFeatures none(0);
-                c.convert(portable.at(), g.destination_pitch, source.at(), g.source_pitch, w, g.height);
-            }
-            const ScopedCpuFeatures features(GetParam());
-            c.convert(chosen.at(), g.destination_pitch, source.at(), g.source_pitch, w, g.height);
-            ASSERT_EQ(chosen.bytes, portable.bytes) << c.name << " width " << w;
-        }
-}
-
 INSTANTIATE_TEST_SUITE_P(FeatureWords, RgbConverters,
                          ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });

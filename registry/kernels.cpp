@@ -91,7 +91,7 @@ const std::vector<Kernel>& kernels() {
         KERNEL("rgb32_to_2vuy", kRgba32, k2vuy, kAvx2, 2, 1, "libyuv_ARGBToUYVY",
                ccnvt_rgb32_2vuy(d, 0, s, 0, w, h)),
         KERNEL("rgb32_to_v210", kRgba32, kV210, kAvx2, 2, 1, nullptr, ccnvt_rgb32_v210(d, 0, s, 0, w, h)),
-        KERNEL("hd_rgb_to_2vuy", kRgba32, k2vuy, kPortableOnly, 2, 1, "libyuv_ARGBToUYVY",
+        KERNEL("hd_rgb_to_2vuy", kRgba32, k2vuy, kAvx2, 2, 1, "libyuv_ARGBToUYVY",
                hd_rgb_to_2vuy(s, d, i(w * h), 0)),
         KERNEL("table_2vuy_to_rgb32", k2vuy, kRgba32, kPortableOnly, 2, 1, nullptr,
                ccnvt_yuv422_rgb24(d, 4 * w, s, 2 * w, w, h, 1)),

@@ -223,6 +223,28 @@ TEST_P(RgbEncoderSpans, LongRandomSpanMatchesTheModel) {
     ASSERT_TRUE(std::equal(expected.begin(), expected.end(), dst.begin()));
 }
 
+// Grey areas, whose chroma lies exactly on an integer, between areas of
+// random colours, in runs of many lengths: the vector kernels change method
+// at the edges and carry the chroma filter across.
+TEST_P(RgbEncoderSpans, GreyAndColourAreasMatchTheModel) {
+    const int size = routine_param().pixel_size;
+    const auto noise = cconvert::test::random_bytes(std::size_t(1) << 18, 7);
+    std::vector<unsigned char> pixels;
+    std::size_t next = 0;
+    auto random_byte = [&] { return noise[next++ % noise.size()]; };
+    for (int area = 0; pixels.size() < std::size_t(size) << 15; ++area) {
+        const int length = 1 + (random_byte() | random_byte() << 8) % 700;
+        const unsigned char level = area % 4 == 2 ? 0 : random_byte();
+        for (int i = 0; i < length * size; ++i) pixels.push_back(area % 2 ? random_byte() : level);
+    }
+    const int count = static_cast<int>(pixels.size()) / size - 6;
+    std::vector<unsigned char> dst(16 * groups(count));
+    routine_param().run(pixels.data(), dst.data(), count);
+    const auto expected = routine_param().model(pixels.data(), count);
+    const auto mismatch = std::mismatch(expected.begin(), expected.end(), dst.begin());
+    ASSERT_TRUE(mismatch.first == expected.end()) << "byte " << (mismatch.first - expected.begin());
+}
+
 INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans,
                          ::testing::Combine(::testing::ValuesIn(kSpanRoutines),
                                             ::testing::ValuesIn(cconvert::test::feature_words_to_test())),
@@ -230,6 +252,49 @@ INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans,
                              return std::string(std::get<0>(info.param).name) + "_" +
                                     cconvert::test::feature_word_name(std::get<1>(info.param));
                          });
+
+// Every RGB colour, each once as the first and once as the second pixel of
+// a pair (the vector kernels take a shortcut wherever no result lies close to
+// an integer, and must fall back everywhere else). Under the sanitizers every
+// seventh colour.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr std::uint32_t kColourStep = 7;
+#else
+constexpr std::uint32_t kColourStep = 1;
+#endif
+
+// The colours, then extra pixels that wrap round to the first ones.
+std::vector<unsigned char> every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t extra = 16) {
+    std::vector<unsigned char> pixels;
+    const std::uint32_t count = (1u << 24) / kColourStep;
+    pixels.reserve(std::size_t(count + extra) * o.size);
+    for (std::uint32_t n = 0; n < count + extra; ++n) {
+        const std::uint32_t colour = (n * kColourStep) & 0xFFFFFF;
+        unsigned char pixel[4] = {static_cast<unsigned char>(n), static_cast<unsigned char>(n >> 3),
+                                  static_cast<unsigned char>(n >> 5), static_cast<unsigned char>(n >> 7)};
+        pixel[o.r] = static_cast<unsigned char>(colour >> 16);
+        pixel[o.g] = static_cast<unsigned char>(colour >> 8);
+        pixel[o.b] = static_cast<unsigned char>(colour);
+        if (n >= first_pixels_to_skip) pixels.insert(pixels.end(), pixel, pixel + o.size);
+    }
+    return pixels;
+}
+
+TEST(RgbEncoders, EveryColourMatchesTheModel) {
+    const Order orders[] = {kArgb, kBgra, kArgb, kBgra, kArgb, kRgb, kBgra};  // of kSpanRoutines
+    static_assert(std::size(orders) == std::size(kSpanRoutines));
+    for (std::size_t r = 0; r < std::size(kSpanRoutines); ++r)
+        for (std::uint32_t skip : {0u, 1u}) {
+            const std::vector<unsigned char> pixels = every_colour(orders[r], skip);
+            const int count = static_cast<int>((1u << 24) / kColourStep);
+            std::vector<unsigned char> dst(16 * groups(count));
+            kSpanRoutines[r].run(const_cast<unsigned char*>(pixels.data()), dst.data(), count);
+            const auto expected = kSpanRoutines[r].model(pixels.data(), count);
+            const auto mismatch = std::mismatch(expected.begin(), expected.end(), dst.begin());
+            ASSERT_TRUE(mismatch.first == expected.end())
+                << kSpanRoutines[r].name << " skip " << skip << ": byte " << (mismatch.first - expected.begin());
+        }
+}
 
 // ---- hand-worked values ----
 
@@ -367,6 +432,18 @@ TEST_P(Rgb32ToV210Frames, MatchTheModel) {
 INSTANTIATE_TEST_SUITE_P(FeatureWords, Rgb32ToV210Frames,
                          ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
+
+TEST(RgbEncoders, Rgb32ToV210EveryColourMatchesTheModel) {
+    // Above 961 pixels a row, the BT.709 set.
+    const long width = 1920;
+    const std::vector<unsigned char> pixels = every_colour(kBgra, 0, width);
+    const long height = static_cast<long>(pixels.size() / 4) / width;
+    std::vector<unsigned char> dst(5120 * height), expected(dst.size());
+    ccnvt_rgb32_v210(dst.data(), 0, pixels.data(), 0, width, height);
+    model_rgb32_v210(expected, 5120, pixels.data(), 4 * width, width, height);
+    const auto mismatch = std::mismatch(expected.begin(), expected.end(), dst.begin());
+    ASSERT_TRUE(mismatch.first == expected.end()) << "byte " << (mismatch.first - expected.begin());
+}
 
 TEST(RgbEncoders, Rgb32ToV210CounterLeavesTheLastRowsOf720pUnwritten) {
     const long width = 1280, height = 720, pitch = 3456;  // 214 groups (1284 pixels) per row

@@ -98,7 +98,6 @@ constexpr V210Rules kTenBitRules709 = {&kH709_10, 1.0, 0.0};
 constexpr V210Rules kEightBitScaledRules = {&kS601_8, 4.0, 0.5};
 
 constexpr long kPairsPerGroup = kV210PixelsPerGroup / 2;
-constexpr long kSamplesPerPair = 4;
 
 // The kernel for a v210 conversion: vector code only for 4-byte pixels.
 EncodeSamples samples_kernel(const PixelLayout& layout) {
@@ -144,6 +143,11 @@ const unsigned char* encode_v210_span(const unsigned char* source, unsigned char
 unsigned char* writable(const unsigned char* source) { return const_cast<unsigned char*>(source); }
 
 }  // namespace
+
+ChromaHistory chroma_of(const unsigned char* pixel, const PairEncoding& encoding) {
+    const Ycc ycc = convert_pixel(pixel, *encoding.layout, *encoding.set, encoding.rounding);
+    return {ycc.cb, ycc.cr};
+}
 
 void encode_pairs_portable(const unsigned char* source, unsigned char* destination, long pairs,
                            const PairEncoding& encoding, ChromaHistory& history) {

@@ -23,7 +23,7 @@ struct CoefficientSet {
     double cb[3];
     double cr[3];
     double chroma_offset;
-    double scale;  // applied to the weighted sum before the offset
+    double scale;  // applied to the weighted sum before the offset; a power of two
 };
 
 // Where R, G and B sit in a source pixel.
@@ -48,13 +48,19 @@ struct ChromaHistory {
     double cb, cr;
 };
 
+// The running chroma after pixel: its own Cb and Cr (with the rounding).
+ChromaHistory chroma_of(const unsigned char* pixel, const PairEncoding& encoding);
+
+// Samples a pair encodes to in a v210 stream.
+constexpr long kSamplesPerPair = 4;
+
 // Encodes pairs pairs of 4-byte pixels to 2vuy words, carrying the history.
 using EncodePairs = void (*)(const unsigned char* source, unsigned char* destination, long pairs,
                              const PairEncoding& encoding, ChromaHistory& history);
 
 void encode_pairs_portable(const unsigned char* source, unsigned char* destination, long pairs,
                            const PairEncoding& encoding, ChromaHistory& history);
-// Four pairs a step; the rest by the portable kernel. Pixels must be 4 bytes.
+// Same bytes as the portable kernel, eight pairs a step. Pixels must be 4 bytes.
 void encode_pairs_avx2(const unsigned char* source, unsigned char* destination, long pairs,
                        const PairEncoding& encoding, ChromaHistory& history);
 
@@ -66,7 +72,7 @@ using EncodeSamples = void (*)(const unsigned char* source, int* samples, long p
 
 void encode_samples_portable(const unsigned char* source, int* samples, long pairs,
                              const PairEncoding& encoding, ChromaHistory& history);
-// Four pairs a step; the rest by the portable kernel. Pixels must be 4 bytes.
+// Same bytes as the portable kernel, eight pairs a step. Pixels must be 4 bytes.
 void encode_samples_avx2(const unsigned char* source, int* samples, long pairs,
                          const PairEncoding& encoding, ChromaHistory& history);
 

@@ -65,10 +65,14 @@ head -c $((1920 * 1080 * 3 / 2)) /dev/urandom > frame.nv12
 grep -q "nv12 -> 2vuy (cycbcr_NV12_to_uyvy), 2vuy -> i420 (ccnvt_2vuy_i420)" chain.txt ||
     fail "-v did not say the chain: $(cat chain.txt)"
 
-# packed10 through the band drivers: threads split frames into bands.
+# packed10 through the band drivers: threads take frames side by side, or
+# split a single frame into bands.
 expect_ok "v210 to packed10, 3 threads" "$tool" convert frames.v210 frames.p10 --from v210 --to packed10 --size 1920x1080 --threads 3
 expect_ok "v210 to packed10, 1 thread" "$tool" convert frames.v210 frames1.p10 --from v210 --to packed10 --size 1920x1080
-cmp -s frames.p10 frames1.p10 || fail "bands on three threads changed the packed10 bytes"
+cmp -s frames.p10 frames1.p10 || fail "three threads changed the packed10 bytes"
+expect_ok "one frame in bands" "$tool" convert frames.v210 banded.p10 --from v210 --to packed10 --size 1920x1080 \
+    --frames 1 --threads 3
+head -c $((4800 * 1080)) frames1.p10 | cmp -s - banded.p10 || fail "bands on three threads changed the packed10 bytes"
 [ "$(stat -c %s frames.p10)" -eq $((4800 * 1080 * 3)) ] || fail "packed10 rows are not 4800 bytes"
 expect_ok "packed10 to 2vuy" "$tool" convert frames.p10 frames-p10.2vuy --from packed10 --to 2vuy --size 1920x1080 --threads 2
 cmp -s frames.2vuy frames-p10.2vuy || fail "2vuy -> v210 -> packed10 -> 2vuy changed the frames"

@@ -4,7 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <cstdio>
+#include <exception>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -230,27 +234,50 @@ void write_png_frame(const ConvertOptions& options, const Source& source, std::s
     write_png(options.output, rgb.width, rgb.height, png_layout_of(*rgb.format), rgb.data());
 }
 
+// Frames side by side: every thread (the caller and threads - 1 helpers
+// that stay for the whole file) takes the next frame, converts it and writes
+// it at its place in the output. The first failure stops them all.
+void convert_side_by_side(const Source& source, std::size_t frames, const Conversion& conversion,
+                          std::size_t threads, OutputFile& output, Progress& progress) {
+    std::atomic<std::size_t> next{0}, done{0};
+    std::mutex failure_lock;
+    std::exception_ptr failure;
+    auto work = [&](bool shows_progress) {
+        try {
+            for (std::size_t k; (k = next++) < frames;) {
+                const Frame frame = conversion.run(source.frame(k));
+                output.write_at(frame.data(), frame.size(), static_cast<std::uint64_t>(k) * frame.size());
+                const std::size_t finished = ++done;
+                if (shows_progress) progress.update(finished);
+            }
+        } catch (...) {
+            const std::lock_guard<std::mutex> hold(failure_lock);
+            if (!failure) failure = std::current_exception();
+            next = frames;
+        }
+    };
+    std::vector<std::thread> helpers;
+    for (std::size_t t = 1; t < std::min(threads, frames); ++t) helpers.emplace_back(work, false);
+    work(true);
+    for (auto& helper : helpers) helper.join();
+    if (failure) std::rethrow_exception(failure);
+    progress.update(frames);
+}
+
 void write_frames(const ConvertOptions& options, const Source& source, std::size_t frames, Conversion conversion) {
     OutputFile output(options.output);
     Progress progress(frames);
-    // Banded drivers split each frame among the threads; other routes
-    // convert whole frames side by side.
-    const bool banded = route_is_banded(conversion.route);
-    conversion.threads = banded ? options.threads : 1;
-    const std::size_t batch = banded ? 1 : static_cast<std::size_t>(options.threads);
-    std::vector<Frame> converted(batch);
-    for (std::size_t first = 0; first < frames; first += batch) {
-        const std::size_t count = std::min(batch, frames - first);
-        auto convert_one = [&](std::size_t k) { converted[k] = conversion.run(source.frame(first + k)); };
-        if (count == 1) {
-            convert_one(0);
-        } else {
-            std::vector<std::thread> workers;
-            for (std::size_t k = 0; k < count; ++k) workers.emplace_back(convert_one, k);
-            for (auto& worker : workers) worker.join();
+    const auto threads = static_cast<std::size_t>(options.threads);
+    if (threads > 1 && frames > 1) {
+        convert_side_by_side(source, frames, conversion, threads, output, progress);
+    } else {
+        // One frame (or one thread): banded drivers split it among the threads.
+        conversion.threads = route_is_banded(conversion.route) ? options.threads : 1;
+        for (std::size_t k = 0; k < frames; ++k) {
+            const Frame frame = conversion.run(source.frame(k));
+            output.write(frame.data(), frame.size());
+            progress.update(k + 1);
         }
-        for (std::size_t k = 0; k < count; ++k) output.write(converted[k].data(), converted[k].size());
-        progress.update(first + count);
     }
     output.commit();
 }

@@ -68,6 +68,18 @@ void OutputFile::write(const void* bytes, std::size_t count) {
         throw UserError("cannot write '" + path_ + "': " + std::strerror(errno));
 }
 
+void OutputFile::write_at(const void* bytes, std::size_t count, std::uint64_t offset) {
+    const auto* next = static_cast<const unsigned char*>(bytes);
+    while (count != 0) {
+        const ssize_t written = ::pwrite(fileno(file_), next, count, static_cast<off_t>(offset));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) throw UserError("cannot write '" + path_ + "': " + std::strerror(errno));
+        next += written;
+        offset += static_cast<std::uint64_t>(written);
+        count -= static_cast<std::size_t>(written);
+    }
+}
+
 void OutputFile::commit() {
     bool written = true;
     if (file_ != nullptr) {

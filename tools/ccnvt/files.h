@@ -3,6 +3,7 @@
 #define CCNVT_TOOL_FILES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     void write(const void* bytes, std::size_t count);
+    // Writes at a byte offset, past whatever write() has written; safe to
+    // call from several threads at once (for different ranges).
+    void write_at(const void* bytes, std::size_t count, std::uint64_t offset);
     std::FILE* stream() { return file_; }
     // Hands the stream to a writer that closes it itself (libpcap's dumper);
     // commit() then only renames.

@@ -181,16 +181,16 @@ void rgba32_to_key(const Frame& in, Frame& out, int) {  // byte 0 of each pixel
 }
 
 // Runs convert(first_row, end_row) over bands of the frame's rows, one band
-// per thread.
+// per thread, the caller taking the first.
 template <class Convert>
 void in_bands(const Frame& frame, int threads, Convert convert) {
     const int rows = static_cast<int>(frame.height);
     const int bands = std::max(1, std::min(threads, rows));
-    if (bands == 1) return convert(0, rows);
-    std::vector<std::thread> workers;
-    for (int b = 0; b < bands; ++b)
-        workers.emplace_back(convert, rows * b / bands, rows * (b + 1) / bands);
-    for (auto& worker : workers) worker.join();
+    auto band_start = [&](int b) { return static_cast<int>(static_cast<long>(rows) * b / bands); };
+    std::vector<std::thread> helpers;
+    for (int b = 1; b < bands; ++b) helpers.emplace_back(convert, band_start(b), band_start(b + 1));
+    convert(0, band_start(1));
+    for (auto& helper : helpers) helper.join();
 }
 
 // The band drivers take int sizes and a non-const source.

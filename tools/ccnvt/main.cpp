@@ -1,6 +1,4 @@
 // ccnvt: converts, generates and inspects frames with the cconvert library.
-#include <malloc.h>
-
 #include <cstdio>
 #include <exception>
 
@@ -10,11 +8,6 @@
 #include "errors.h"
 
 int main(int argc, char** argv) {
-    // Frames of tens of megabytes are made and dropped for every frame of a
-    // file: served from the heap, their pages are faulted in once, not again
-    // for every frame, which made conversions of large frames twice as slow.
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-
     CLI::App app{"ccnvt: pixel-format conversions with the cconvert library"};
     app.require_subcommand(1);
 

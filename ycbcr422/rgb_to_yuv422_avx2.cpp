@@ -37,6 +37,18 @@ inline __m256i channel_selection(std::size_t offset) {
     return _mm256_broadcastsi128_si256(half);
 }
 
+// Where the pixels' channels are: the dword order that puts the first
+// pixels of pairs before the second ones, and the byte selections of R, G, B.
+struct ChannelSelections {
+    __m256i firsts_then_seconds, red, green, blue;
+};
+
+CCNVT_TARGET_AVX2
+inline ChannelSelections channel_selections(const PixelLayout& layout) {
+    return {_mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7), channel_selection(layout.r), channel_selection(layout.g),
+            channel_selection(layout.b)};
+}
+
 // ---- the double-precision pass ----
 
 // One channel of the four first pixels and of the four second pixels.
@@ -91,20 +103,16 @@ CCNVT_TARGET_AVX2 inline __m128i byte_at(__m256d value) {
     return _mm_slli_epi32(low_bits, 8 * Byte);
 }
 
-// What a step needs: the byte selections of R, G, B and the components.
+// What a step needs: the channel selections and the components.
 struct StepConstants {
-    __m256i firsts_then_seconds, red, green, blue;
+    ChannelSelections pick;
     Component luma, blue_difference, red_difference;
 };
 
 CCNVT_TARGET_AVX2
 inline StepConstants step_constants(const PairEncoding& encoding) {
-    const PixelLayout& layout = *encoding.layout;
     const CoefficientSet& set = *encoding.set;
-    return {_mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7),
-            channel_selection(layout.r),
-            channel_selection(layout.g),
-            channel_selection(layout.b),
+    return {channel_selections(*encoding.layout),
             component_of(set.luma, set.scale, set.luma_offset, encoding.rounding),
             component_of(set.cb, set.scale, set.chroma_offset, encoding.rounding),
             component_of(set.cr, set.scale, set.chroma_offset, encoding.rounding)};
@@ -120,8 +128,9 @@ CCNVT_TARGET_AVX2
 inline PairValues encode_step(const unsigned char* source, const StepConstants& k, __m256d& history_cb,
                               __m256d& history_cr) {
     const __m256i pixels = _mm256_permutevar8x32_epi32(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source)), k.firsts_then_seconds);
-    const PairChannel r = channel(pixels, k.red), g = channel(pixels, k.green), b = channel(pixels, k.blue);
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source)), k.pick.firsts_then_seconds);
+    const PairChannel r = channel(pixels, k.pick.red), g = channel(pixels, k.pick.green),
+                      b = channel(pixels, k.pick.blue);
     return {evaluate(k.luma, r.first, g.first, b.first), evaluate(k.luma, r.second, g.second, b.second),
             filter(evaluate(k.blue_difference, r.first, g.first, b.first),
                    evaluate(k.blue_difference, r.second, g.second, b.second), history_cb),
@@ -218,19 +227,15 @@ inline __m256 evaluate(const FloatComponent& c, __m256 r, __m256 g, __m256 b) {
 }
 
 struct FloatConstants {
-    __m256i evens_then_odds, red, green, blue;
+    ChannelSelections pick;
     FloatComponent luma, blue_difference, red_difference;
     __m256 luma_gain, chroma_rounding, margin;
 };
 
 CCNVT_TARGET_AVX2
 inline FloatConstants float_constants(const PairEncoding& encoding, float margin) {
-    const PixelLayout& layout = *encoding.layout;
     const CoefficientSet& set = *encoding.set;
-    return {_mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7),
-            channel_selection(layout.r),
-            channel_selection(layout.g),
-            channel_selection(layout.b),
+    return {channel_selections(*encoding.layout),
             float_component_of(set.luma, set.scale, set.luma_offset, encoding.rounding),
             float_component_of(set.cb, set.scale, set.chroma_offset, encoding.rounding),
             float_component_of(set.cr, set.scale, set.chroma_offset, encoding.rounding),
@@ -285,15 +290,15 @@ CCNVT_TARGET_AVX2
 inline bool float_step(const unsigned char* source, const FloatConstants& k, FloatHistory& history,
                        Truncated& out) {
     const __m256i low = _mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(source)),
-                                                    k.evens_then_odds);
+                                                    k.pick.firsts_then_seconds);
     const __m256i high = _mm256_permutevar8x32_epi32(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source + 32)), k.evens_then_odds);
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(source + 32)), k.pick.firsts_then_seconds);
     const __m256i firsts = _mm256_permute2x128_si256(low, high, 0x20);
     const __m256i seconds = _mm256_permute2x128_si256(low, high, 0x31);
-    const __m256 r0 = float_channel(firsts, k.red), g0 = float_channel(firsts, k.green),
-                 b0 = float_channel(firsts, k.blue);
-    const __m256 r1 = float_channel(seconds, k.red), g1 = float_channel(seconds, k.green),
-                 b1 = float_channel(seconds, k.blue);
+    const __m256 r0 = float_channel(firsts, k.pick.red), g0 = float_channel(firsts, k.pick.green),
+                 b0 = float_channel(firsts, k.pick.blue);
+    const __m256 r1 = float_channel(seconds, k.pick.red), g1 = float_channel(seconds, k.pick.green),
+                 b1 = float_channel(seconds, k.pick.blue);
     const __m256 cb = filter(evaluate(k.blue_difference, r0, g0, b0), evaluate(k.blue_difference, r1, g1, b1),
                              history.cb);
     const __m256 cr = filter(evaluate(k.red_difference, r0, g0, b0), evaluate(k.red_difference, r1, g1, b1),

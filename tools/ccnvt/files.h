@@ -28,8 +28,9 @@ public:
     OutputFile& operator=(const OutputFile&) = delete;
 
     void write(const void* bytes, std::size_t count);
-    // Writes at a byte offset, past whatever write() has written; safe to
-    // call from several threads at once (for different ranges).
+    // Writes at a byte offset of the file, not through the stream's buffer
+    // (so not mixed with write()); several threads may write different
+    // ranges at once.
     void write_at(const void* bytes, std::size_t count, std::uint64_t offset);
     std::FILE* stream() { return file_; }
     // Hands the stream to a writer that closes it itself (libpcap's dumper);

@@ -3,6 +3,7 @@
 // of the two is the scaling a host with a worker pool gets on two cores.
 #include <atomic>
 #include <barrier>
+#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -23,6 +24,12 @@ void packed10_to_v210(unsigned char* in, unsigned char* out, int width, int firs
 }
 void v210_to_packed10(unsigned char* in, unsigned char* out, int width, int first, int end, int height) {
     ccnvt_ycbcr422_v210_to_packed10(in, 0, width, first, end, height, out, 0, false);
+}
+// The bound the drivers scale against: the same bands of v210 rows copied
+// with memcpy, so one and two threads of it show what the memory gives.
+void copy_v210_rows(unsigned char* in, unsigned char* out, int width, int first, int end, int) {
+    const std::size_t row = v210_bytes(width, 1);
+    std::memcpy(out + row * first, in + row * first, row * (end - first));
 }
 
 // Helper threads that stay for a whole measurement, as a host's worker pool
@@ -95,7 +102,13 @@ void sizes_and_threads(benchmark::internal::Benchmark* benchmark) {
     for (const auto& size : kFrameSizes)
         for (int threads : {1, 2}) benchmark->Args({size[0], size[1], threads});
 }
+void BM_bands_memcpy_v210(benchmark::State& state) {
+    const std::size_t bytes = v210_bytes(state.range(0), state.range(1));
+    time_bands(state, copy_v210_rows, bytes, bytes);
+}
+
 BENCHMARK(BM_bands_packed10_to_v210)->Apply(sizes_and_threads);
 BENCHMARK(BM_bands_v210_to_packed10)->Apply(sizes_and_threads);
+BENCHMARK(BM_bands_memcpy_v210)->Apply(sizes_and_threads);
 
 }  // namespace

@@ -26,22 +26,33 @@ CCNVT_TARGET_AVX2_F16C inline __m256 load_samples(const std::int32_t* samples) {
     return _mm256_cvtepi32_ps(_mm256_load_si256(reinterpret_cast<const __m256i*>(samples)));
 }
 
-// (sample - offset) * scale.
-CCNVT_TARGET_AVX2_F16C inline __m256 normalise(__m256 sample, float offset, float scale) {
-    return _mm256_mul_ps(_mm256_sub_ps(sample, _mm256_set1_ps(offset)), _mm256_set1_ps(scale));
-}
+// The decoding's constants in every lane, set once per chunk: the output
+// bytes could alias the decoding, so the compiler would load them again for
+// every eight pixels.
+struct Decoding8 {
+    __m256 luma_offset, luma_scale, chroma_centre, chroma_scale, kr, kgb, kgr, kb;
+};
 
-CCNVT_TARGET_AVX2_F16C inline Rgb8 decode8(const YCbCrDecoding& d, const SampleChunk& samples,
-                                          std::size_t i) {
+CCNVT_TARGET_AVX2_F16C inline Decoding8 broadcast(const YCbCrDecoding& d) {
     const SampleRange& s = d.range;
     const MatrixCoefficients& m = d.matrix;
-    const __m256 y = normalise(load_samples(samples.y + i), s.luma_offset, s.luma_scale);
-    const __m256 cb = normalise(load_samples(samples.cb + i), s.chroma_centre, s.chroma_scale);
-    const __m256 cr = normalise(load_samples(samples.cr + i), s.chroma_centre, s.chroma_scale);
-    const __m256 r = _mm256_add_ps(y, _mm256_mul_ps(_mm256_set1_ps(m.kr), cr));
-    const __m256 g = _mm256_add_ps(_mm256_add_ps(y, _mm256_mul_ps(_mm256_set1_ps(m.kgb), cb)),
-                                   _mm256_mul_ps(_mm256_set1_ps(m.kgr), cr));
-    const __m256 b = _mm256_add_ps(y, _mm256_mul_ps(_mm256_set1_ps(m.kb), cb));
+    return {_mm256_set1_ps(s.luma_offset),   _mm256_set1_ps(s.luma_scale), _mm256_set1_ps(s.chroma_centre),
+            _mm256_set1_ps(s.chroma_scale), _mm256_set1_ps(m.kr),         _mm256_set1_ps(m.kgb),
+            _mm256_set1_ps(m.kgr),          _mm256_set1_ps(m.kb)};
+}
+
+// (sample - offset) * scale.
+CCNVT_TARGET_AVX2_F16C inline __m256 normalise(__m256 sample, __m256 offset, __m256 scale) {
+    return _mm256_mul_ps(_mm256_sub_ps(sample, offset), scale);
+}
+
+CCNVT_TARGET_AVX2_F16C inline Rgb8 decode8(const Decoding8& d, const SampleChunk& samples, std::size_t i) {
+    const __m256 y = normalise(load_samples(samples.y + i), d.luma_offset, d.luma_scale);
+    const __m256 cb = normalise(load_samples(samples.cb + i), d.chroma_centre, d.chroma_scale);
+    const __m256 cr = normalise(load_samples(samples.cr + i), d.chroma_centre, d.chroma_scale);
+    const __m256 r = _mm256_add_ps(y, _mm256_mul_ps(d.kr, cr));
+    const __m256 g = _mm256_add_ps(_mm256_add_ps(y, _mm256_mul_ps(d.kgb, cb)), _mm256_mul_ps(d.kgr, cr));
+    const __m256 b = _mm256_add_ps(y, _mm256_mul_ps(d.kb, cb));
     return {r, g, b};
 }
 
@@ -142,18 +153,20 @@ CCNVT_TARGET_AVX2_F16C void unpack_2vuy_avx2(const unsigned char* row, std::size
 CCNVT_TARGET_AVX2_F16C void decode_chunk_f16c(const YCbCrDecoding& decoding,
                                               const SampleChunk& samples, std::size_t pixels,
                                               unsigned char* rgba) {
+    const Decoding8 lanes = broadcast(decoding);
     std::size_t i = 0;
     for (; i + kLanes <= pixels; i += kLanes)
-        store8(rgba + kBytesPerRgbaHalfPixel * i, decode8(decoding, samples, i));
+        store8(rgba + kBytesPerRgbaHalfPixel * i, decode8(lanes, samples, i));
     decode_pixels_portable(decoding, samples, i, pixels, rgba);
 }
 
 CCNVT_TARGET_AVX2_F16C void sdr_to_hdr_chunk_f16c(const HdrCurves& curves, const float* encode,
                                                   const SampleChunk& samples, std::size_t pixels,
                                                   unsigned char* rgba) {
+    const Decoding8 sdr = broadcast(kSdrDecoding);
     std::size_t i = 0;
     for (; i + kLanes <= pixels; i += kLanes) {
-        const Rgb8 video = decode8(kSdrDecoding, samples, i);
+        const Rgb8 video = decode8(sdr, samples, i);
         const Rgb8 linear{interpolate8(curves.linear, clamp_unit8(video.r)),
                           interpolate8(curves.linear, clamp_unit8(video.g)),
                           interpolate8(curves.linear, clamp_unit8(video.b))};

@@ -40,46 +40,36 @@ void depacketise(const unsigned char* packet, unsigned char* v210, size_t v210_p
 
 // ---- the test ----
 
-// Random samples for the pixels of each line; the rest of each row (the
-// unused fields of a last partial group, the row padding) and bits 30-31 of
-// every word 0, as a receiver that starts from a zeroed frame leaves them.
-std::vector<unsigned char> random_v210_frame(unsigned width, size_t pitch, unsigned height, uint32_t seed) {
-    auto frame = cconvert::test::random_bytes(pitch * height, seed);
-    for (unsigned row = 0; row < height; ++row) {
-        unsigned char* line = frame.data() + pitch * row;
-        for (size_t word = 0; word < pitch / 4; ++word) {
-            uint32_t value;
-            std::memcpy(&value, line + 4 * word, 4);
-            uint32_t kept = 0;
-            for (unsigned field = 0; field < 3; ++field)
-                if (3 * word + field < 2 * width) kept |= 0x3FFu << (10 * field);  // a sample of a pixel pair
-            value &= kept;
-            std::memcpy(line + 4 * word, &value, 4);
-        }
-    }
-    return frame;
-}
-
 }  // namespace
 
-TEST(BroadcastExample, FramesCrossThePacketsUnchanged) {
-    for (unsigned width : {1920u, 1280u, 3840u}) {
-        const unsigned height = width == 3840 ? 16 : 1080;
+TEST(BroadcastExample, FramesCrossThePacketsUnchangedInEitherOrder) {
+    // 1280 ends in a partial group; 550-pixel segments start inside groups.
+    for (unsigned width : {1280u, 1920u}) {
+        const unsigned height = 8;
         const size_t pitch = 128 * ((width + 47) / 48);
-        const auto sent = random_v210_frame(width, pitch, height, width);
-        unsigned short sequence = 65000;
+        // Random samples for the pixels; the unused fields of a last partial
+        // group, the row padding and bits 30-31 are 0, as a receiver that
+        // starts from a zeroed frame leaves them.
+        auto sent = cconvert::test::random_bytes(pitch * height, width);
+        for (size_t row = 0; row < height; ++row)
+            for (size_t word = 0; word < pitch / 4; ++word) {
+                uint32_t value, kept = 0;
+                for (unsigned field = 0; field < 3; ++field)
+                    if (3 * word + field < 2 * width) kept |= 0x3FFu << (10 * field);
+                std::memcpy(&value, sent.data() + pitch * row + 4 * word, 4);
+                value &= kept;
+                std::memcpy(sent.data() + pitch * row + 4 * word, &value, 4);
+            }
+        unsigned short sequence = 65530;
         const auto packets = packetise(sent.data(), width, height, sequence, 90000, 0x12345678);
         const size_t count = packets.size() / 1395;
         EXPECT_EQ(count, (width + 549) / 550 * height);
-        EXPECT_EQ(sequence, static_cast<unsigned short>(65000 + count));
+        EXPECT_EQ(sequence, static_cast<unsigned short>(65530 + count));
 
-        std::vector<unsigned char> received(sent.size(), 0);
+        std::vector<unsigned char> received(sent.size(), 0), reversed(sent.size(), 0);
         for (size_t k = 0; k < count; ++k) depacketise(packets.data() + 1395 * k, received.data(), pitch);
-        EXPECT_EQ(received, sent) << "width " << width;
-
-        // Segments that share a v210 group complete it in either order.
-        std::vector<unsigned char> reversed(sent.size(), 0);
         for (size_t k = count; k-- > 0;) depacketise(packets.data() + 1395 * k, reversed.data(), pitch);
+        EXPECT_EQ(received, sent) << "width " << width;
         EXPECT_EQ(reversed, sent) << "width " << width << ", packets in reverse";
     }
 }

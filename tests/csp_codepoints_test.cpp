@@ -7,7 +7,6 @@
 #include <functional>
 #include <limits>
 #include <map>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>

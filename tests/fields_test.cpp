@@ -28,20 +28,20 @@ TEST(Fields, FiveRowsInterleaveFromTwoFields) {
 
 TEST(Fields, SplitAfterMergeGivesBackBothFields) {
     for (unsigned int rows : {1u, 7u, 8u}) {
-        const unsigned int width = 33, field0_rows = (rows + 1) / 2, field1_rows = rows / 2;
+        const unsigned int width = 33;
         const long field_pitch = 4 * width + 8, frame_pitch = 4 * width + 4;
-        GuardedBuffer field0(field0_rows * field_pitch), field1(field1_rows * field_pitch + 1), frame(rows * frame_pitch);
-        field0.fill_random(rows);
-        field1.fill_random(rows + 100);
-        ccnvt_fld_sep_to_mix32(frame.data(), frame_pitch, field0.data(), field1.data(), field_pitch, width, rows);
-        GuardedBuffer back0(field0.size(), 0), back1(field1.size(), 0);
-        EXPECT_NE(0, ccnvt_fld_mix_to_sep32(back0.data(), back1.data(), field_pitch, frame.data(), frame_pitch, width, rows));
-        for (unsigned int r = 0; r < rows; ++r) {
-            const long at = (r / 2) * field_pitch;
-            const GuardedBuffer &field = r % 2 ? field1 : field0, &back = r % 2 ? back1 : back0;
-            EXPECT_EQ(0, std::memcmp(back.data() + at, field.data() + at, 4 * width)) << rows << " row " << r;
-        }
-        EXPECT_TRUE(back0.guards_intact() && back1.guards_intact() && frame.guards_intact());
+        GuardedBuffer fields[2] = {GuardedBuffer((rows + 1) / 2 * field_pitch), GuardedBuffer(rows / 2 * field_pitch + 1)};
+        GuardedBuffer back[2] = {GuardedBuffer(fields[0].size(), 0), GuardedBuffer(fields[1].size(), 0)};
+        GuardedBuffer frame(rows * frame_pitch);
+        fields[0].fill_random(rows);
+        fields[1].fill_random(rows + 100);
+        ccnvt_fld_sep_to_mix32(frame.data(), frame_pitch, fields[0].data(), fields[1].data(), field_pitch, width, rows);
+        EXPECT_NE(0, ccnvt_fld_mix_to_sep32(back[0].data(), back[1].data(), field_pitch, frame.data(), frame_pitch,
+                                            width, rows));
+        for (unsigned int r = 0; r < rows; ++r)
+            EXPECT_EQ(0, std::memcmp(back[r % 2].data() + r / 2 * field_pitch, fields[r % 2].data() + r / 2 * field_pitch,
+                                     4 * width)) << rows << " row " << r;
+        EXPECT_TRUE(back[0].guards_intact() && back[1].guards_intact() && frame.guards_intact());
     }
     // No rows: nothing copied, 0 returned.
     GuardedBuffer frame(64, 0xEE), field(64, 0x11);

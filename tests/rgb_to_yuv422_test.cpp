@@ -167,11 +167,7 @@ TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
 // the edges and carry the chroma filter across. A long span besides: a
 // rounding in the wrong order shows in a few pixels in a million.
 TEST_P(RgbEncoderSpans, GreyAndColourAreasMatchTheModel) {
-#if defined(__SANITIZE_ADDRESS__)
-    const std::size_t pixels_wanted = 1 << 15;
-#else
-    const std::size_t pixels_wanted = 1 << 20;
-#endif
+    const std::size_t pixels_wanted = kSanitized ? 1 << 15 : 1 << 20;
     const int size = routine().rules.order.size;
     const Bytes noise = random_bytes(std::size_t(1) << 18, 7);
     std::size_t next = 0;
@@ -196,11 +192,7 @@ INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans,
 // a pair, in the processor's own kernels (most results lie far from an
 // integer; the few that do not must take the double pass). Under the
 // sanitizers every seventh colour.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr std::uint32_t kColourStep = 7;
-#else
-constexpr std::uint32_t kColourStep = 1;
-#endif
+constexpr std::uint32_t kColourStep = kSanitized ? 7 : 1;
 constexpr long kColours = (1L << 24) / kColourStep;
 
 // The colours, then extra pixels that wrap round to the first ones; other
@@ -210,11 +202,8 @@ Bytes every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t ex
     pixels.reserve(std::size_t(kColours + extra) * o.size);
     for (std::uint32_t n = 0; n < kColours + extra; ++n) {
         const std::uint32_t colour = (n * kColourStep) & 0xFFFFFF;
-        unsigned char pixel[4] = {static_cast<unsigned char>(n), static_cast<unsigned char>(n >> 3),
-                                  static_cast<unsigned char>(n >> 5), static_cast<unsigned char>(n >> 7)};
-        pixel[o.r] = static_cast<unsigned char>(colour >> 16);
-        pixel[o.g] = static_cast<unsigned char>(colour >> 8);
-        pixel[o.b] = static_cast<unsigned char>(colour);
+        U8 pixel[4] = {U8(n), U8(n >> 3), U8(n >> 5), U8(n >> 7)};
+        pixel[o.r] = U8(colour >> 16), pixel[o.g] = U8(colour >> 8), pixel[o.b] = U8(colour);
         if (n >= first_pixels_to_skip) pixels.insert(pixels.end(), pixel, pixel + o.size);
     }
     return pixels;

@@ -11,6 +11,13 @@
 
 namespace cconvert::test {
 
+// Sanitized builds sample the longest sweeps.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool kSanitized = true;
+#else
+inline constexpr bool kSanitized = false;
+#endif
+
 // One word per kernel a converter can pick: portable, SSE (when the family
 // has SSE kernels) and AVX2. With SSE and AVX2 both set the AVX2 kernel is
 // picked, as with AVX2 alone.

@@ -3,10 +3,9 @@
 
 usage: tests/fuzz/make_seeds.py CCNVT_TOOL
 
-Each seed is a small input that reaches one part of its target: the fuzzer
-mutates from there. The pcap seeds come from `ccnvt rtp pack`, whose path is
-the argument. scripts/fuzz adds what the fuzzer finds worth keeping and
-merges the corpus back down; rerunning this only restores the hand-made part.
+Each seed is a small input that reaches one part of its target. The pcap
+seeds come from `ccnvt rtp pack` (the argument). Rerunning this restores the
+hand-made part of the corpus, not what scripts/fuzz added.
 """
 import os
 import struct
@@ -25,7 +24,7 @@ def write(target, name, data):
         f.write(data)
 
 
-# ---- RLE: decoder, width (16-bit), height, row padding, stream ----
+# ---- RLE: decoder, width (32-bit), height, row padding, stream ----
 
 def rle(decoder, width, height, padding, stream):
     return bytes([decoder]) + struct.pack("<I", width - 1) + bytes([height, padding]) + bytes(stream)
@@ -93,7 +92,9 @@ def png_seeds():
     write("ccnvt_png", "header_larger_than_file", png_bomb())
     # Found: an sPLT chunk declaring 1.6 GB in a 48-byte file made libpng set
     # that much aside before reading it.
-    write("ccnvt_png", "chunk_longer_than_file", png_chunk_longer_than_file())
+    header = struct.pack(">IIBBBBB", 2, 2, 16, 6, 0, 0, 0)
+    write("ccnvt_png", "chunk_longer_than_file", b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
+          struct.pack(">I", 0x62666165) + b"sPLT" + b"palette\0\x10")
     # Adam7: seven passes over an 8 x 8 grey-alpha picture.
     write("ccnvt_png", "interlaced_grey_alpha", png_interlaced(8, 8))
 
@@ -150,12 +151,6 @@ def raw_seeds():
     # Found: a pitch of 2^63 over two rows made the frame size wrap to 0 and
     # the frame count divide by it.
     write("ccnvt_raw_frames", "pitch_times_height_wraps", raw(16, 18, 2, 2, 3, 1 << 63, 0, 32))
-
-
-def png_chunk_longer_than_file():
-    header = struct.pack(">IIBBBBB", 2, 2, 16, 6, 0, 0, 0)
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + struct.pack(">I", 0x62666165) + b"sPLT" +
-            b"palette\0\x10")
 
 
 def png_bomb():

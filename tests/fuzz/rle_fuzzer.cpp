@@ -1,23 +1,18 @@
 // The RLE4 and RLE8 decoders on hostile streams.
 //
-// Input: decoder (1 byte), width (2), height (1), row padding (1), then the
-// stream. The stream's even-length part is followed by 256 bytes of
-// end-of-bitmap codes and one more: an absolute run that begins in the
-// fuzzer's bytes consumes at most 256 bytes of literal data (255 indices and
-// a pad byte), and codes always start at even offsets, so whatever the
-// fuzzer's bytes leave open, decoding meets an end of bitmap inside the
-// buffer. The decoders never see a stream they may read past.
+// Input: decoder (1 byte), width (4), height (1), row padding (1), then the
+// stream. The stream's even-length part is followed by 129 end-of-bitmap
+// codes: an absolute run that begins in the fuzzer's bytes consumes at most
+// 256 bytes (255 indices and a pad byte) and codes start at even offsets, so
+// decoding always meets an end of bitmap inside the buffer.
 //
 // Three decoders clip every run at the row's end; ccnvt_rle8_rgba32 writes
 // every run whole, past the row and the frame if the stream says so, which
-// the caller must allow for. Its worst case for a stream of n codes is
-// 255 * n pixels past the bottom row's start: megabytes for every input. So
-// the frame is sized by a model instead: an independent decoder written from
-// the stream rules first runs over the stream and records the furthest byte
-// it writes, and the frame is allocated to end exactly there (or at the last
-// row's end). Any write beyond what the rules allow then falls outside the
-// allocation, where AddressSanitizer stops it, and the model's frame, decoded
-// the same way, must equal the library's byte for byte.
+// the caller must allow for. So a model decoder written from the stream rules
+// first finds the furthest byte the rules let the decoder write, and the
+// frame is allocated to end exactly there (or at the last row's end): a write
+// beyond it is stopped by AddressSanitizer, and the model's frame must equal
+// the library's byte for byte.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -30,52 +25,46 @@
 
 namespace {
 
-enum Decoder { kRle8Rgb24, kRle4Rgb24, kRle4Rgba32, kRle8Rgba32 };
+using Decode = void (*)(void*, long, const void*, long, long, long, const void*);
 
-struct Shape {
-    bool four_bit_indices;
-    bool clipped;
-    std::size_t pixel_bytes;  // 3 or 4; rgba32 takes 4-byte palette entries
+struct Decoder {
+    Decode decode;
+    bool four_bit_indices, clipped;
+    long pixel_bytes;  // 3 or 4; rgba32 takes 4-byte palette entries
 };
 
-Shape shape_of(Decoder decoder) {
-    switch (decoder) {
-        case kRle8Rgb24: return {false, true, 3};
-        case kRle4Rgb24: return {true, true, 3};
-        case kRle4Rgba32: return {true, true, 4};
-        case kRle8Rgba32: return {false, false, 4};
-    }
-    std::abort();
-}
+const Decoder kDecoders[] = {{ccnvt_rle8_rgb24, false, true, 3},
+                             {ccnvt_rle4_rgb24, true, true, 3},
+                             {ccnvt_rle4_rgba32, true, true, 4},
+                             {ccnvt_rle8_rgba32, false, false, 4}};
 
-// The model: the stream rules as they read, with every write at a byte
-// offset from the bottom row's start handed to put(offset, palette entry).
+// The stream rules, with every pixel written at a byte offset from the
+// bottom row's start handed to put(offset, palette index).
 template <class Put>
-void model_decode(const Shape& shape, const std::uint8_t* stream, long width, long rows, long pitch, Put put) {
+void model_decode(const Decoder& d, const std::uint8_t* stream, long width, long rows, long pitch, Put put) {
     long row = 0, x = 0, lines_ended = 0;
     auto pixel = [&](unsigned index) {
-        if (!shape.clipped || x < width) put(row + static_cast<long>(shape.pixel_bytes) * x, index);
+        if (!d.clipped || x < width) put(row + d.pixel_bytes * x, index);
         ++x;
     };
     auto index_of = [&](const std::uint8_t* bytes, unsigned i) -> unsigned {
-        if (!shape.four_bit_indices) return bytes[i];
-        const std::uint8_t b = bytes[i / 2];
-        return i % 2 == 0 ? b >> 4 : b & 0x0F;
+        if (!d.four_bit_indices) return bytes[i];
+        return i % 2 == 0 ? bytes[i / 2] >> 4 : bytes[i / 2] & 0x0F;
     };
     for (;;) {
         const std::uint8_t first = stream[0], second = stream[1];
         stream += 2;
         if (first != 0) {
-            for (unsigned i = 0; i < first; ++i) pixel(index_of(&second, shape.four_bit_indices ? i % 2 : 0));
+            for (unsigned i = 0; i < first; ++i) pixel(index_of(&second, d.four_bit_indices ? i % 2 : 0));
         } else if (second == 0) {
             if (++lines_ended >= rows) return;
             row -= pitch;
             x = 0;
-        } else if (second == 1 || second == 2) {
+        } else if (second == 1 || second == 2) {  // the decoders stop at a delta
             return;
         } else {
             for (unsigned i = 0; i < second; ++i) pixel(index_of(stream, i));
-            const std::size_t bytes = shape.four_bit_indices ? (second + 1u) / 2 : second;
+            const std::size_t bytes = d.four_bit_indices ? (second + 1u) / 2 : second;
             stream += bytes + bytes % 2;
         }
     }
@@ -85,48 +74,38 @@ void model_decode(const Shape& shape, const std::uint8_t* stream, long width, lo
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     cconvert::fuzz::FuzzInput in(data, size);
-    const auto decoder = static_cast<Decoder>(in.byte() % 4);
-    const Shape shape = shape_of(decoder);
+    const Decoder& d = kDecoders[in.byte() % 4];
     const long width = in.in_range(1, 300);
     const std::uint8_t height_byte = in.byte();
     const long rows = 1 + height_byte % 40;
     // The clipped decoders walk |height| rows; the unclipped one finds its
     // bottom row from the height as passed and needs it positive.
-    const long height = (height_byte & 0x80) && shape.clipped ? -rows : rows;
-    const long row_bytes = static_cast<long>(shape.pixel_bytes) * width;
+    const long height = (height_byte & 0x80) && d.clipped ? -rows : rows;
+    const long row_bytes = d.pixel_bytes * width;
     const long pitch = row_bytes + in.byte() % 8;
 
     std::vector<std::uint8_t> stream(in.rest(), in.rest() + (in.rest_size() & ~std::size_t{1}));
     for (int i = 0; i < 129; ++i) stream.insert(stream.end(), {0, 1});
-
     std::uint8_t palette[256 * 4];
     for (int i = 0; i < 256 * 4; ++i) palette[i] = static_cast<std::uint8_t>(i * 37 + 11);
-    const std::size_t entry_bytes = shape.pixel_bytes;
 
     // Offsets are from the bottom row, the highest row in memory.
     long furthest = row_bytes;
-    model_decode(shape, stream.data(), width, rows, pitch, [&](long at, unsigned) {
-        furthest = std::max(furthest, at + static_cast<long>(shape.pixel_bytes));
-    });
+    model_decode(d, stream.data(), width, rows, pitch,
+                 [&](long at, unsigned) { furthest = std::max(furthest, at + d.pixel_bytes); });
     const long bottom = (rows - 1) * pitch;
     const auto frame_bytes = static_cast<std::size_t>(bottom + furthest);
-
     std::vector<std::uint8_t> expected(frame_bytes, 0xA5);
-    model_decode(shape, stream.data(), width, rows, pitch, [&](long at, unsigned index) {
+    model_decode(d, stream.data(), width, rows, pitch, [&](long at, unsigned index) {
         std::uint8_t* out = expected.data() + bottom + at;
-        std::memcpy(out, palette + entry_bytes * index, 3);
-        if (shape.pixel_bytes == 4) out[3] = 0;
+        std::memcpy(out, palette + d.pixel_bytes * index, 3);
+        if (d.pixel_bytes == 4) out[3] = 0;
     });
 
     // Exactly the bytes the rules let the decoder write, on the heap.
     auto* frame = static_cast<std::uint8_t*>(std::malloc(frame_bytes));
     std::memset(frame, 0xA5, frame_bytes);
-    switch (decoder) {
-        case kRle8Rgb24: ccnvt_rle8_rgb24(frame, pitch, stream.data(), 0, width, height, palette); break;
-        case kRle4Rgb24: ccnvt_rle4_rgb24(frame, pitch, stream.data(), 0, width, height, palette); break;
-        case kRle4Rgba32: ccnvt_rle4_rgba32(frame, pitch, stream.data(), 0, width, height, palette); break;
-        case kRle8Rgba32: ccnvt_rle8_rgba32(frame, pitch, stream.data(), 0, width, height, palette); break;
-    }
+    d.decode(frame, pitch, stream.data(), 0, width, height, palette);
     if (std::memcmp(frame, expected.data(), frame_bytes) != 0) std::abort();
     std::free(frame);
     return 0;

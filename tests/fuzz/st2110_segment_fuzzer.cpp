@@ -1,14 +1,13 @@
 // ccnvt_4175_to_v210 on arbitrary payloads, lengths, pair counts and phases.
 //
 // Input: feature word (1 byte), phase (1), pair count (2), payload length
-// (2), the initial contents of the destination groups (1, a seed), then the
-// payload. The payload length is anything from a little below zero to the
-// bytes the fuzzer gave, and the payload is held on the heap at exactly that
-// length: bytes past it read as 0, and the function may not look at them.
-// The destination holds the groups that the lead-in and the pair count reach
-// and one guard group. A model written from the segment rules decodes the
-// same payload pair by pair into a copy of the destination; the two must
-// agree to the byte, guard included.
+// (2), a seed for the destination's prior contents (1), then the payload.
+// The payload length runs from a little below zero to the bytes given, and
+// the payload is held on the heap at exactly that length: bytes past it read
+// as 0 and may not be looked at. The destination holds the groups that the
+// lead-in and the pair count reach, and a guard group. A model written from
+// the segment rules decodes the payload pair by pair into a copy of the
+// destination; the two must agree to the byte, guard included.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -36,7 +35,6 @@ std::uint32_t get(const std::uint8_t* group, int word) {
     std::memcpy(&value, group + 4 * word, 4);
     return value;
 }
-
 void set(std::uint8_t* group, int word, std::uint32_t value) { std::memcpy(group + 4 * word, &value, 4); }
 
 // The pair whose first pixel sits at position 0, 2 or 4 of its group; only

@@ -14,8 +14,6 @@
 // split a frame among threads; one frame converted by several threads at
 // once, a band each, must give the single-threaded bytes.
 #include <atomic>
-#include <cstddef>
-#include <cstdint>
 #include <functional>
 #include <latch>
 #include <ostream>
@@ -49,180 +47,130 @@ void on_threads_at_once(const std::function<void(int)>& work) {
 
 // ---- first use ----
 
-constexpr long kWidth = 96, kHeight = 8;
-const long kV210Pitch = 128 * ((kWidth + 47) / 48);
+constexpr long kWidth = 96, kHeight = 8, kV210Pitch = 128 * 2;
+// The ST 2084 v210 converters read each row's groups one byte late: 16 bytes to spare.
+const Bytes uyvy = random_bytes(2 * kWidth * kHeight, 11), v210 = random_bytes(kV210Pitch * kHeight + 16, 12);
 
-// One conversion of a fixed frame; returns its output.
+// One conversion of a fixed frame into an output of `bytes` bytes.
 struct FirstUse {
     std::string name;
-    std::function<Bytes()> convert;
+    long bytes;
+    std::function<void(unsigned char* out)> convert;
 };
 
-const Bytes& uyvy_frame() {
-    static const Bytes frame = random_bytes(2 * kWidth * kHeight, 11);
-    return frame;
-}
-
-const Bytes& v210_frame() {
-    // The ST 2084 v210 converters read each row's groups one byte late.
-    static const Bytes frame = random_bytes(kV210Pitch * kHeight + 16, 12);
-    return frame;
-}
-
-Bytes reduced_2vuy_to_rgb() {  // 8-bit tables
-    Bytes out(4 * kWidth * kHeight, 0);
-    ccnvt_yuv422_rgb24(out.data(), 4 * kWidth, uyvy_frame().data(), 2 * kWidth, kWidth, kHeight, 2);
-    return out;
-}
-
-Bytes reduced_v210_to_rgb() {  // 8-bit tables through the v210 reader
-    Bytes out(3 * kWidth * kHeight, 0);
-    ccnvt_v210_rgb24(out.data(), 3 * kWidth, v210_frame().data(), kV210Pitch, kWidth, kHeight, 3);
-    return out;
-}
-
-Bytes v210_to_rgb_10bit_tables() {
-    Bytes out(4 * kWidth * kHeight, 0);
-    Bytes source = v210_frame();
-    _v210_to_rgb(source.data(), out.data(), kWidth, kHeight, 4 * kWidth, 1);
-    return out;
-}
-
-Bytes halffloat(int bits) {  // the row code chosen once per process
-    Bytes out(8 * kWidth * kHeight, 0);
-    if (bits == 10)
-        yCbCr10_to_halffloat(out.data(), 8 * kWidth, v210_frame().data(), kV210Pitch, kWidth, kHeight, 1, 0);
-    else
-        yCbCr8_to_halffloat(out.data(), 8 * kWidth, uyvy_frame().data(), 2 * kWidth, kWidth, kHeight, 9, 1);
-    return out;
-}
-
-Bytes sdr_to_hdr(int transfer) {  // the HDR curves
-    Bytes out(8 * kWidth * kHeight, 0);
-    yCbCr10_to_halffloat_sdr_to_hdr(out.data(), 8 * kWidth, v210_frame().data(), kV210Pitch, kWidth, kHeight,
-                                    transfer);
-    return out;
-}
-
-Bytes st2084_v210() {  // constant tables, read by every thread
-    Bytes out(kV210Pitch * kHeight + 16, 0);
-    ccnvt_v210_to_st2084(out.data(), v210_frame().data(), kV210Pitch, kV210Pitch, kHeight);
-    return out;
-}
-
-Bytes packed10_driver() {  // the probed feature word
-    Bytes source = random_bytes(5 * kWidth / 2 * kHeight, 13);
-    Bytes out(2 * kWidth * kHeight, 0);
-    kv_ycbcr422_packed10_to_uyvy(source.data(), 0, kWidth, 0, kHeight, out.data(), 0);
-    return out;
-}
-
-Bytes open_library() {
-    const int result = ccvnt_open(1, 2, 3, 4);
-    // Other threads may be storing the byte: read it as the library writes it.
-    const unsigned char mmx = std::atomic_ref<unsigned char>(use_MMX).load();
-    return {static_cast<unsigned char>(result), mmx};
-}
-
-std::vector<FirstUse> first_uses() {
-    return {
-        {"Reduced2vuyToRgb", reduced_2vuy_to_rgb},
-        {"ReducedV210ToRgb", reduced_v210_to_rgb},
-        {"V210ToRgbWith10BitTables", v210_to_rgb_10bit_tables},
-        {"HalfFloatFrom10Bit", [] { return halffloat(10); }},
-        {"HalfFloatFrom8Bit", [] { return halffloat(8); }},
-        {"SdrToHdrPq", [] { return sdr_to_hdr(0); }},
-        {"SdrToHdrHlg", [] { return sdr_to_hdr(1); }},
-        {"St2084V210", st2084_v210},
-        {"Packed10Driver", packed10_driver},
-        {"Open", open_library},
-    };
-}
-
 void PrintTo(const FirstUse& use, std::ostream* out) { *out << use.name; }
+
+const FirstUse kFirstUses[] = {
+    {"Reduced2vuyToRgb", 4 * kWidth * kHeight,  // 8-bit tables
+     [](unsigned char* out) { ccnvt_yuv422_rgb24(out, 4 * kWidth, uyvy.data(), 2 * kWidth, kWidth, kHeight, 2); }},
+    {"ReducedV210ToRgb", 3 * kWidth * kHeight,  // 8-bit tables through the v210 reader
+     [](unsigned char* out) { ccnvt_v210_rgb24(out, 3 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 3); }},
+    {"V210ToRgbWith10BitTables", 4 * kWidth * kHeight,
+     [](unsigned char* out) {
+         Bytes source = v210;
+         _v210_to_rgb(source.data(), out, kWidth, kHeight, 4 * kWidth, 1);
+     }},
+    {"HalfFloatFrom10Bit", 8 * kWidth * kHeight,  // the row code chosen once per process
+     [](unsigned char* out) {
+         yCbCr10_to_halffloat(out, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 1, 0);
+     }},
+    {"HalfFloatFrom8Bit", 8 * kWidth * kHeight,
+     [](unsigned char* out) { yCbCr8_to_halffloat(out, 8 * kWidth, uyvy.data(), 2 * kWidth, kWidth, kHeight, 9, 1); }},
+    {"SdrToHdrPq", 8 * kWidth * kHeight,  // the HDR curves
+     [](unsigned char* out) {
+         yCbCr10_to_halffloat_sdr_to_hdr(out, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 0);
+     }},
+    {"SdrToHdrHlg", 8 * kWidth * kHeight,
+     [](unsigned char* out) {
+         yCbCr10_to_halffloat_sdr_to_hdr(out, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 1);
+     }},
+    {"St2084V210", kV210Pitch * kHeight + 16,
+     [](unsigned char* out) { ccnvt_v210_to_st2084(out, v210.data(), kV210Pitch, kV210Pitch, kHeight); }},
+    {"Packed10Driver", 2 * kWidth * kHeight,  // the probed feature word
+     [](unsigned char* out) {
+         Bytes source(v210.begin(), v210.begin() + 5 * kWidth / 2 * kHeight);
+         kv_ycbcr422_packed10_to_uyvy(source.data(), 0, kWidth, 0, kHeight, out, 0);
+     }},
+    {"Open", 2, [](unsigned char* out) {
+         out[0] = static_cast<unsigned char>(ccvnt_open(1, 2, 3, 4));
+         // Other threads may be storing the byte: read it as the library writes it.
+         out[1] = std::atomic_ref<unsigned char>(use_MMX).load();
+     }},
+};
 
 class FirstUseFromManyThreads : public testing::TestWithParam<FirstUse> {};
 
 TEST_P(FirstUseFromManyThreads, EveryThreadGetsTheSingleThreadedBytes) {
-    // The inputs are made before the threads start: making them is not under test.
-    uyvy_frame();
-    v210_frame();
-    std::vector<Bytes> outputs(kThreads);
-    on_threads_at_once([&](int t) { outputs[t] = GetParam().convert(); });
-    const Bytes reference = GetParam().convert();
+    const FirstUse& use = GetParam();
+    std::vector<Bytes> outputs(kThreads, Bytes(use.bytes, 0));
+    on_threads_at_once([&](int t) { use.convert(outputs[t].data()); });
+    Bytes reference(use.bytes, 0);
+    use.convert(reference.data());
     for (int t = 0; t < kThreads; ++t) EXPECT_EQ(outputs[t], reference) << "thread " << t;
 }
 
-INSTANTIATE_TEST_SUITE_P(Converters, FirstUseFromManyThreads, testing::ValuesIn(first_uses()),
+INSTANTIATE_TEST_SUITE_P(Converters, FirstUseFromManyThreads, testing::ValuesIn(kFirstUses),
                          [](const testing::TestParamInfo<FirstUse>& info) { return info.param.name; });
 
 // ---- bands ----
 
 constexpr int kFrameWidth = 1926, kFrameRows = 61;  // a tail group and an odd height
+constexpr int kPacked10Pitch = 5 * kFrameWidth / 2, kUyvyPitch = 2 * kFrameWidth,
+              kV210FramePitch = 128 * ((kFrameWidth + 47) / 48);
 
 struct BandedDriver {
     std::string name;
-    std::size_t source_pitch, destination_pitch;
+    int source_pitch, destination_pitch;
+    bool fields;
     // Converts rows [first, end) of the frame.
-    std::function<void(Bytes& source, Bytes& destination, int first, int end)> convert;
+    void (*convert)(unsigned char* source, unsigned char* destination, int first, int end, bool fields);
 };
 
-int packed10_pitch() { return 5 * kFrameWidth / 2; }
-int uyvy_pitch() { return 2 * kFrameWidth; }
-int v210_pitch() { return 128 * ((kFrameWidth + 47) / 48); }
+void PrintTo(const BandedDriver& driver, std::ostream* out) { *out << driver.name; }
 
-std::vector<BandedDriver> banded_drivers() {
-    std::vector<BandedDriver> drivers = {
-        {"Packed10To2vuy", std::size_t(packed10_pitch()), std::size_t(uyvy_pitch()),
-         [](Bytes& in, Bytes& out, int first, int end) {
-             kv_ycbcr422_packed10_to_uyvy(in.data(), packed10_pitch(), kFrameWidth, first, end, out.data(),
-                                          uyvy_pitch());
-         }},
-        {"UyvyToPacked10", std::size_t(uyvy_pitch()), std::size_t(packed10_pitch()),
-         [](Bytes& in, Bytes& out, int first, int end) {
-             kv_ycbcr422_uyvy_to_packed10(in.data(), uyvy_pitch(), kFrameWidth, first, end, out.data(),
-                                          packed10_pitch());
-         }},
-    };
-    for (bool fields : {false, true}) {
-        const std::string suffix = fields ? "Fields" : "";
-        drivers.push_back({"Packed10ToV210" + suffix, std::size_t(packed10_pitch()), std::size_t(v210_pitch()),
-                           [fields](Bytes& in, Bytes& out, int first, int end) {
-                               ccnvt_ycbcr422_packed10_to_v210(in.data(), packed10_pitch(), kFrameWidth, first,
-                                                               end, kFrameRows, out.data(), v210_pitch(), fields);
-                           }});
-        drivers.push_back({"V210ToPacked10" + suffix, std::size_t(v210_pitch()), std::size_t(packed10_pitch()),
-                           [fields](Bytes& in, Bytes& out, int first, int end) {
-                               ccnvt_ycbcr422_v210_to_packed10(in.data(), v210_pitch(), kFrameWidth, first,
-                                                               end, kFrameRows, out.data(), packed10_pitch(),
-                                                               fields);
-                           }});
-    }
-    return drivers;
+void packed10_to_2vuy(unsigned char* in, unsigned char* out, int first, int end, bool) {
+    kv_ycbcr422_packed10_to_uyvy(in, kPacked10Pitch, kFrameWidth, first, end, out, kUyvyPitch);
+}
+void uyvy_to_packed10(unsigned char* in, unsigned char* out, int first, int end, bool) {
+    kv_ycbcr422_uyvy_to_packed10(in, kUyvyPitch, kFrameWidth, first, end, out, kPacked10Pitch);
+}
+void packed10_to_v210(unsigned char* in, unsigned char* out, int first, int end, bool fields) {
+    ccnvt_ycbcr422_packed10_to_v210(in, kPacked10Pitch, kFrameWidth, first, end, kFrameRows, out, kV210FramePitch,
+                                    fields);
+}
+void v210_to_packed10(unsigned char* in, unsigned char* out, int first, int end, bool fields) {
+    ccnvt_ycbcr422_v210_to_packed10(in, kV210FramePitch, kFrameWidth, first, end, kFrameRows, out, kPacked10Pitch,
+                                    fields);
 }
 
-void PrintTo(const BandedDriver& driver, std::ostream* out) { *out << driver.name; }
+const BandedDriver kDrivers[] = {
+    {"Packed10To2vuy", kPacked10Pitch, kUyvyPitch, false, packed10_to_2vuy},
+    {"UyvyToPacked10", kUyvyPitch, kPacked10Pitch, false, uyvy_to_packed10},
+    {"Packed10ToV210", kPacked10Pitch, kV210FramePitch, false, packed10_to_v210},
+    {"Packed10ToV210Fields", kPacked10Pitch, kV210FramePitch, true, packed10_to_v210},
+    {"V210ToPacked10", kV210FramePitch, kPacked10Pitch, false, v210_to_packed10},
+    {"V210ToPacked10Fields", kV210FramePitch, kPacked10Pitch, true, v210_to_packed10},
+};
 
 class OneFrameInBands : public testing::TestWithParam<BandedDriver> {};
 
 TEST_P(OneFrameInBands, ThreadsOnBandsGiveTheSingleThreadedFrame) {
-    const BandedDriver& driver = GetParam();
+    const BandedDriver& d = GetParam();
     // Room past the last row: whole groups and pairs reach a little beyond.
-    Bytes source = random_bytes(driver.source_pitch * kFrameRows + 64, 21);
+    Bytes source = random_bytes(std::size_t(d.source_pitch) * kFrameRows + 64, 21);
+    // Uneven bands, one of them across the second field's start (row 30).
+    auto band_start = [](int t) { return t == 0 ? 0 : t == kThreads ? kFrameRows : kFrameRows * t / kThreads + 1; };
     for (unsigned int word : cconvert::test::feature_words_to_test()) {
         cconvert::test::ScopedCpuFeatures features(word);
-        Bytes reference(driver.destination_pitch * kFrameRows + 64, 0x5A);
-        driver.convert(source, reference, 0, kFrameRows);
-        Bytes banded(reference.size(), 0x5A);
-        // Uneven bands; with fields the cut at kFrameRows / 2 falls inside one.
-        on_threads_at_once([&](int t) {
-            driver.convert(source, banded, kFrameRows * t / kThreads, kFrameRows * (t + 1) / kThreads);
-        });
+        Bytes reference(std::size_t(d.destination_pitch) * kFrameRows + 64, 0x5A), banded = reference;
+        d.convert(source.data(), reference.data(), 0, kFrameRows, d.fields);
+        on_threads_at_once(
+            [&](int t) { d.convert(source.data(), banded.data(), band_start(t), band_start(t + 1), d.fields); });
         EXPECT_EQ(banded, reference) << cconvert::test::feature_word_name(word);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Drivers, OneFrameInBands, testing::ValuesIn(banded_drivers()),
+INSTANTIATE_TEST_SUITE_P(Drivers, OneFrameInBands, testing::ValuesIn(kDrivers),
                          [](const testing::TestParamInfo<BandedDriver>& info) { return info.param.name; });
 
 }  // namespace

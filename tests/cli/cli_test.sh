@@ -52,6 +52,9 @@ same frames.2vuy back.2vuy
 size_is frames.v210 $((5120 * 1080 * 3))
 ok convert frames.2vuy one.v210 --from uyvy --to v210 $hd --frames 1
 head -c $((5120 * 1080)) frames.v210 | cmp -s - one.v210 || fail "--frames 1 is not the first frame"
+# A regular file is mapped, anything else read: a pipe gives the same frames.
+cat frames.2vuy | ok convert /dev/stdin piped.v210 --from 2vuy --to v210 $hd
+same frames.v210 piped.v210
 
 # A padded input pitch: rows of 3848 bytes, 8 of them padding.
 head -c $((3848 * 1080)) /dev/urandom > padded.2vuy

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <exception>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -78,15 +79,17 @@ const Format& png_target_for(const Format& source) {
 struct Source {
     const Format* format = nullptr;
     std::uint32_t width = 0, height = 0;
-    std::vector<unsigned char> bytes;  // the frames
-    std::size_t pitch = 0;             // between rows in `bytes` (0: tight)
-    std::size_t frame_bytes = 0;       // of one frame in `bytes`
+    std::optional<InputBytes> file;     // raw frames, as the file holds them
+    std::vector<unsigned char> picture;  // or a picture's decoded pixels
+    std::size_t pitch = 0;               // between rows of a frame (0: tight)
+    std::size_t frame_bytes = 0;         // of one frame
     std::size_t frames = 0;
     const Format* png_target = nullptr;  // what a PNG output is written from
     std::string decoding;                // how a picture was read, for -v
 
     Frame frame(std::size_t k) const {
-        return frame_from_pitched(*format, width, height, bytes.data() + k * frame_bytes, pitch);
+        const unsigned char* frames = file ? file->data() : picture.data();
+        return frame_from_pitched(*format, width, height, frames + k * frame_bytes, pitch);
     }
 };
 
@@ -113,7 +116,7 @@ Source picture_source(const ConvertOptions& options, Frame frame, const Format& 
     source.width = frame.width;
     source.height = frame.height;
     source.frame_bytes = frame.size();
-    source.bytes = std::move(frame.bytes);
+    source.picture = std::move(frame.bytes);
     source.frames = 1;
     source.png_target = &png_target;
     source.decoding = std::move(decoding);
@@ -153,10 +156,10 @@ Source open_raw(const ConvertOptions& options) {
     source.height = size.height;
     source.pitch = options.pitch;
     source.png_target = &png_target_for(from);
-    source.bytes = read_file(options.input);
+    source.file.emplace(options.input);
     // Every frame of the file: frames_to_convert() takes --frames.
     const RawFrames raw =
-        raw_frames_in(options.input, source.bytes.size(), from, size.width, size.height, options.pitch, 0);
+        raw_frames_in(options.input, source.file->size(), from, size.width, size.height, options.pitch, 0);
     source.frame_bytes = raw.frame_bytes;
     source.frames = raw.count;
     return source;

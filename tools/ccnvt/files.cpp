@@ -1,5 +1,7 @@
 #include "files.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "errors.h"
 
@@ -24,6 +27,43 @@ std::vector<unsigned char> read_file(const std::string& path) {
     std::fclose(file);
     if (failed) throw UserError("cannot read '" + path + "'");
     return bytes;
+}
+
+InputBytes::InputBytes(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) throw UserError("cannot read '" + path + "': " + std::strerror(errno));
+    struct stat status {};
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
+        void* map = mmap(nullptr, static_cast<std::size_t>(status.st_size), PROT_READ, MAP_PRIVATE, descriptor, 0);
+        if (map != MAP_FAILED) {
+            map_ = static_cast<unsigned char*>(map);
+            size_ = static_cast<std::size_t>(status.st_size);
+        }
+    }
+    ::close(descriptor);
+    if (map_ == nullptr) {
+        read_ = read_file(path);
+        size_ = read_.size();
+    }
+}
+
+InputBytes::~InputBytes() { unmap(); }
+
+InputBytes::InputBytes(InputBytes&& other) noexcept { *this = std::move(other); }
+
+InputBytes& InputBytes::operator=(InputBytes&& other) noexcept {
+    if (this != &other) {
+        unmap();
+        map_ = std::exchange(other.map_, nullptr);
+        size_ = std::exchange(other.size_, 0);
+        read_ = std::move(other.read_);
+    }
+    return *this;
+}
+
+void InputBytes::unmap() {
+    if (map_ != nullptr) munmap(map_, size_);
+    map_ = nullptr;
 }
 
 std::size_t count_frames(const std::string& path, std::size_t file_bytes, std::size_t frame_bytes,

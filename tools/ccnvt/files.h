@@ -13,6 +13,30 @@ namespace ccnvt {
 // The whole file; UserError when it cannot be read.
 std::vector<unsigned char> read_file(const std::string& path);
 
+// A file's bytes without copying them: a regular file is mapped, so the
+// frames of a large file are read by the page faults of the conversions
+// that use them, on whichever thread; anything else (a pipe, a device) is
+// read into memory. UserError when it cannot be read.
+class InputBytes {
+public:
+    explicit InputBytes(const std::string& path);
+    ~InputBytes();
+    InputBytes(InputBytes&& other) noexcept;
+    InputBytes& operator=(InputBytes&& other) noexcept;
+    InputBytes(const InputBytes&) = delete;
+    InputBytes& operator=(const InputBytes&) = delete;
+
+    const unsigned char* data() const { return map_ != nullptr ? map_ : read_.data(); }
+    std::size_t size() const { return size_; }
+
+private:
+    void unmap();
+
+    unsigned char* map_ = nullptr;
+    std::size_t size_ = 0;
+    std::vector<unsigned char> read_;
+};
+
 // How many frames of frame_bytes a file of file_bytes holds; UserError when
 // it is shorter than one frame or ends in a partial frame.
 std::size_t count_frames(const std::string& path, std::size_t file_bytes, std::size_t frame_bytes,

@@ -161,10 +161,13 @@ constexpr int kTransferHlg = 1;
 // The curves sampled at x = i / 4096, i = 0 .. 4096.
 constexpr std::size_t kCurveIntervals = 4096;
 constexpr std::size_t kCurvePoints = kCurveIntervals + 1;
+// Each curve keeps one point more, a copy of the last, so that vector code
+// can load t[i] and t[i + 1] together even at i = 4096.
+constexpr std::size_t kCurveStored = kCurvePoints + 1;
 struct HdrCurves {
-    float linear[kCurvePoints];  // x^2.4
-    float pq[kCurvePoints];      // PQ of x * 203 cd/m2
-    float hlg[kCurvePoints];     // HLG of x * the scene light of reference white
+    float linear[kCurveStored];  // x^2.4
+    float pq[kCurveStored];      // PQ of x * 203 cd/m2
+    float hlg[kCurveStored];     // HLG of x * the scene light of reference white
 };
 
 namespace kv_hf {

@@ -76,16 +76,27 @@ CCNVT_TARGET_AVX2_F16C inline void store8(unsigned char* rgba, const Rgb8& c) {
     _mm_storeu_si128(out + 3, _mm_unpackhi_epi32(rg_high, ba_high));
 }
 
+// Floats in lane order 0 1 4 5 2 3 6 7 (two four-lane halves shuffled
+// together) back in order 0 .. 7.
+CCNVT_TARGET_AVX2_F16C inline __m256 in_order(__m256 x) {
+    return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(x), _MM_SHUFFLE(3, 1, 2, 0)));
+}
+
 // Interpolated look-up of v in [0, 1]: t[i] + (t[i + 1] - t[i]) * (p - i)
-// with p = 4096 v, i = trunc(p). At v = 1 (i = 4096) both gathers read
-// t[4096] and the sum is t[4096] + 0, as the portable code returns.
+// with p = 4096 v, i = trunc(p). Each lane's two points are one 8-byte
+// load, so two gathers of four lanes read them all. At v = 1 (i = 4096) the
+// second point is the curve's copy of t[4096] and the sum is t[4096] + 0,
+// as the portable code returns.
 CCNVT_TARGET_AVX2_F16C inline __m256 interpolate8(const float* t, __m256 v) {
     const __m256 p = _mm256_mul_ps(v, _mm256_set1_ps(static_cast<float>(kCurveIntervals)));
     const __m256i i = _mm256_cvttps_epi32(p);
-    const __m256i next = _mm256_min_epi32(_mm256_add_epi32(i, _mm256_set1_epi32(1)),
-                                          _mm256_set1_epi32(static_cast<int>(kCurveIntervals)));
-    const __m256 low = _mm256_i32gather_ps(t, i, 4);
-    const __m256 high = _mm256_i32gather_ps(t, next, 4);
+    const auto* pairs = reinterpret_cast<const long long*>(t);
+    // Lanes 0-3 and 4-7: (t[i], t[i + 1]) per lane.
+    const __m256 a = _mm256_castsi256_ps(_mm256_i32gather_epi64(pairs, _mm256_castsi256_si128(i), 4));
+    const __m256 b = _mm256_castsi256_ps(_mm256_i32gather_epi64(pairs, _mm256_extracti128_si256(i, 1), 4));
+    // Even floats are the first points, odd the second.
+    const __m256 low = in_order(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0)));
+    const __m256 high = in_order(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1)));
     return _mm256_add_ps(low, _mm256_mul_ps(_mm256_sub_ps(high, low),
                                             _mm256_sub_ps(p, _mm256_cvtepi32_ps(i))));
 }

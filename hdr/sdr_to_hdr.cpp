@@ -40,6 +40,7 @@ HdrCurves sample_curves() {
         curves.pq[i] = pq_from_relative(x);
         curves.hlg[i] = hlg_from_relative(x);
     }
+    for (float* curve : {curves.linear, curves.pq, curves.hlg}) curve[kCurvePoints] = curve[kCurveIntervals];
     return curves;
 }
 

@@ -99,16 +99,22 @@ constexpr V210Rules kEightBitScaledRules = {&kS601_8, 4.0, 0.5};
 
 constexpr long kPairsPerGroup = kV210PixelsPerGroup / 2;
 
-// The kernel for a v210 conversion: vector code only for 4-byte pixels.
-EncodeSamples samples_kernel(const PixelLayout& layout) {
+struct V210Kernels {
+    EncodeSamples encode;
+    PackV210 pack;
+};
+
+// The kernels for a v210 conversion: vector encoding only for 4-byte pixels.
+V210Kernels v210_kernels(const PixelLayout& layout) {
     const EncodeSamples vector = choose_kernel<EncodeSamples>(encode_samples_portable, nullptr, encode_samples_avx2);
-    return layout.bytes == 4 ? vector : encode_samples_portable;
+    return {layout.bytes == 4 ? vector : encode_samples_portable,
+            choose_kernel<PackV210>(pack_v210_portable, nullptr, pack_v210_avx2)};
 }
 
 // groups whole groups of six pixels to v210, the chroma filter carried in
 // history. Returns the source just past the last pixel read. Each 10-bit
 // field is the truncated value ORed in without a mask.
-const unsigned char* encode_v210_groups(EncodeSamples kernel, const unsigned char* source,
+const unsigned char* encode_v210_groups(const V210Kernels& kernels, const unsigned char* source,
                                         unsigned char* destination, long groups, const PixelLayout& layout,
                                         const V210Rules& rules, ChromaHistory& history) {
     constexpr long kChunkGroups = 32;
@@ -116,15 +122,9 @@ const unsigned char* encode_v210_groups(EncodeSamples kernel, const unsigned cha
     const PairEncoding encoding{&layout, rules.set, 0.0, rules.luma_gain, rules.chroma_rounding};
     while (groups > 0) {
         const long chunk = groups < kChunkGroups ? groups : kChunkGroups;
-        kernel(source, samples, chunk * kPairsPerGroup, encoding, history);
-        for (long g = 0; g < chunk; ++g) {
-            const int* s = samples + g * kV210SamplesPerGroup;  // stream order
-            for (std::uint32_t w = 0; w < kV210SamplesPerGroup / kV210FieldsPerWord; ++w)
-                store_le32(destination + 4 * w,
-                           v210_word(static_cast<std::uint32_t>(s[3 * w]), static_cast<std::uint32_t>(s[3 * w + 1]),
-                                     static_cast<std::uint32_t>(s[3 * w + 2])));
-            destination += kV210BytesPerGroup;
-        }
+        kernels.encode(source, samples, chunk * kPairsPerGroup, encoding, history);
+        kernels.pack(samples, destination, chunk);
+        destination += chunk * kV210BytesPerGroup;
         source += chunk * kV210PixelsPerGroup * layout.bytes;
         groups -= chunk;
     }
@@ -137,7 +137,7 @@ const unsigned char* encode_v210_span(const unsigned char* source, unsigned char
     if (pixels < 1) return source;
     ChromaHistory history{kStartV210, kStartV210};
     const long groups = pixels / kV210PixelsPerGroup + (pixels % kV210PixelsPerGroup != 0);
-    return encode_v210_groups(samples_kernel(layout), source, destination, groups, layout, rules, history);
+    return encode_v210_groups(v210_kernels(layout), source, destination, groups, layout, rules, history);
 }
 
 unsigned char* writable(const unsigned char* source) { return const_cast<unsigned char*>(source); }
@@ -187,6 +187,16 @@ void encode_samples_portable(const unsigned char* source, int* samples, long pai
     history = chroma.history();
 }
 
+void pack_v210_portable(const int* samples, unsigned char* destination, long groups) {
+    for (long g = 0; g < groups; ++g) {
+        for (std::uint32_t w = 0; w < kV210SamplesPerGroup / kV210FieldsPerWord; ++w, samples += kV210FieldsPerWord)
+            store_le32(destination + 4 * w, v210_word(static_cast<std::uint32_t>(samples[0]),
+                                                      static_cast<std::uint32_t>(samples[1]),
+                                                      static_cast<std::uint32_t>(samples[2])));
+        destination += kV210BytesPerGroup;
+    }
+}
+
 }  // namespace cconvert::detail
 
 using namespace cconvert::detail;
@@ -232,7 +242,7 @@ void ccnvt_rgb32_v210(unsigned char* destination, long destination_pitch, const 
     const V210Rules& rules = width <= 961 ? kTenBitRules601 : kTenBitRules709;
     const long frame_pixels = width * height;
     const long groups_per_row = width / kV210PixelsPerGroup + (width % kV210PixelsPerGroup != 0);
-    const EncodeSamples kernel = samples_kernel(kBgra);
+    const V210Kernels kernels = v210_kernels(kBgra);
 
     ChromaHistory history{kStartV210, kStartV210};
     long converted = 0;
@@ -240,7 +250,7 @@ void ccnvt_rgb32_v210(unsigned char* destination, long destination_pitch, const 
         // The groups of this row that the counter still lets through.
         const long left = (frame_pixels - converted + kV210PixelsPerGroup - 1) / kV210PixelsPerGroup;
         const long groups = groups_per_row < left ? groups_per_row : left;
-        encode_v210_groups(kernel, source + row * source_pitch, destination + row * destination_pitch, groups,
+        encode_v210_groups(kernels, source + row * source_pitch, destination + row * destination_pitch, groups,
                            kBgra, rules, history);
         converted += groups * kV210PixelsPerGroup;
     }

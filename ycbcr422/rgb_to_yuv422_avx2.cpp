@@ -387,4 +387,37 @@ void encode_samples_avx2(const unsigned char* source, int* samples, long pairs, 
     encode_in_two_passes(source, samples, pairs, encoding, history, kMarginV210);
 }
 
+namespace {
+
+// The eight samples of one field position of eight words, from 24 samples
+// in a, b and c. Sample 3w + k of word w lies in lane (3w + k) mod 8 of one
+// of the three, and the eight of one k take eight different lanes: two
+// blends gather them, a permutation puts them in word order.
+template <int kFromB, int kFromC>
+CCNVT_TARGET_AVX2 inline __m256i field_of_words(__m256i a, __m256i b, __m256i c, __m256i word_order) {
+    return _mm256_permutevar8x32_epi32(_mm256_blend_epi32(_mm256_blend_epi32(a, b, kFromB), c, kFromC),
+                                       word_order);
+}
+
+}  // namespace
+
+CCNVT_TARGET_AVX2
+void pack_v210_avx2(const int* samples, unsigned char* destination, long groups) {
+    constexpr long kGroupsPerStep = 2;  // 24 samples, eight words
+    long g = 0;
+    for (; g + kGroupsPerStep <= groups; g += kGroupsPerStep) {
+        const auto* in = reinterpret_cast<const __m256i*>(samples);
+        const __m256i a = _mm256_loadu_si256(in), b = _mm256_loadu_si256(in + 1), c = _mm256_loadu_si256(in + 2);
+        const __m256i first = field_of_words<0b10010010, 0b00100100>(a, b, c, _mm256_setr_epi32(0, 3, 6, 1, 4, 7, 2, 5));
+        const __m256i second = field_of_words<0b00100100, 0b01001001>(a, b, c, _mm256_setr_epi32(1, 4, 7, 2, 5, 0, 3, 6));
+        const __m256i third = field_of_words<0b01001001, 0b10010010>(a, b, c, _mm256_setr_epi32(2, 5, 0, 3, 6, 1, 4, 7));
+        const __m256i words = _mm256_or_si256(_mm256_or_si256(first, _mm256_slli_epi32(second, kV210FieldBits)),
+                                              _mm256_slli_epi32(third, 2 * kV210FieldBits));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(destination), words);
+        samples += kGroupsPerStep * kV210SamplesPerGroup;
+        destination += kGroupsPerStep * kV210BytesPerGroup;
+    }
+    pack_v210_portable(samples, destination, groups - g);
+}
+
 }  // namespace cconvert::detail

@@ -76,6 +76,14 @@ void encode_samples_portable(const unsigned char* source, int* samples, long pai
 void encode_samples_avx2(const unsigned char* source, int* samples, long pairs,
                          const PairEncoding& encoding, ChromaHistory& history);
 
+// Packs groups v210 groups from their samples in stream order, three to a
+// word, each ORed in without a mask.
+using PackV210 = void (*)(const int* samples, unsigned char* destination, long groups);
+
+void pack_v210_portable(const int* samples, unsigned char* destination, long groups);
+// Same bytes, two groups a step.
+void pack_v210_avx2(const int* samples, unsigned char* destination, long groups);
+
 }  // namespace cconvert::detail
 
 #endif

@@ -16,7 +16,9 @@ std::vector<unsigned char> read_file(const std::string& path);
 // A file's bytes without copying them: a regular file is mapped, so the
 // frames of a large file are read by the page faults of the conversions
 // that use them, on whichever thread; anything else (a pipe, a device) is
-// read into memory. UserError when it cannot be read.
+// read into memory. UserError when it cannot be read. (As with any mapped
+// file, one cut short by another program while it is converted ends the
+// process with SIGBUS.)
 class InputBytes {
 public:
     explicit InputBytes(const std::string& path);

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "bmp_io.h"
@@ -195,8 +196,8 @@ struct Conversion {
     int alpha = -1;  // below 0: left as the route makes it
     int threads = 1;
 
-    Frame run(const Frame& in) const {
-        Frame frame = run_route(join ? join_fields(in) : in, route, threads);
+    Frame run(Frame in) const {
+        Frame frame = run_route(join ? join_fields(in) : std::move(in), route, threads);
         if (split) frame = split_fields(frame);
         if (alpha >= 0) set_alpha(frame, alpha);
         return frame;

@@ -6,6 +6,7 @@
 #include <deque>
 #include <limits>
 #include <map>
+#include <utility>
 
 #include <cconvert/cconvert.h>
 
@@ -331,10 +332,10 @@ bool route_is_banded(const std::vector<const Step*>& route) {
     return std::any_of(route.begin(), route.end(), [](const Step* step) { return step->banded; });
 }
 
-Frame run_route(const Frame& in, const std::vector<const Step*>& route, int threads) {
-    Frame current = in;
+Frame run_route(Frame in, const std::vector<const Step*>& route, int threads) {
+    Frame current = std::move(in);
     for (const Step* step : route) {
-        Frame next = make_frame(format_named(step->to), in.width, in.height);
+        Frame next = make_frame(format_named(step->to), current.width, current.height);
         step->run(current, next, threads);
         current = std::move(next);
     }

@@ -51,7 +51,7 @@ std::vector<const Step*> plan_route(const Format& from, const Format& to);
 std::string describe_route(const std::vector<const Step*>& route);
 
 // Runs the steps; banded steps use `threads` threads on the frame.
-Frame run_route(const Frame& in, const std::vector<const Step*>& route, int threads = 1);
+Frame run_route(Frame in, const std::vector<const Step*>& route, int threads = 1);
 
 // True when a step of the route converts bands of rows.
 bool route_is_banded(const std::vector<const Step*>& route);

@@ -332,8 +332,7 @@ bool route_is_banded(const std::vector<const Step*>& route) {
     return std::any_of(route.begin(), route.end(), [](const Step* step) { return step->banded; });
 }
 
-Frame run_route(Frame in, const std::vector<const Step*>& route, int threads) {
-    Frame current = std::move(in);
+Frame run_route(Frame current, const std::vector<const Step*>& route, int threads) {
     for (const Step* step : route) {
         Frame next = make_frame(format_named(step->to), current.width, current.height);
         step->run(current, next, threads);

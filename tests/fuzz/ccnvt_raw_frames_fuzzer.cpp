@@ -45,9 +45,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         ccnvt::check_size(from, width, height);
         ccnvt::check_size(to, width, height);
         const auto route = ccnvt::plan_route(from, to);
-        const ccnvt::RawFrames raw =
-            ccnvt::raw_frames_in("input", in.rest_size(), from, width, height, pitch, wanted);
-        for (std::size_t k = 0; k < raw.count && k < 4; ++k) {
+        const ccnvt::RawFrames raw = ccnvt::raw_frames_in("input", in.rest_size(), from, width, height, pitch);
+        const std::size_t frames = ccnvt::frames_to_take("input", raw.count, wanted);
+        for (std::size_t k = 0; k < frames && k < 4; ++k) {
             const ccnvt::Frame frame =
                 ccnvt::frame_from_pitched(from, width, height, in.rest() + k * raw.frame_bytes, pitch);
             const ccnvt::Frame out = ccnvt::run_route(frame, route);

@@ -158,9 +158,8 @@ Source open_raw(const ConvertOptions& options) {
     source.pitch = options.pitch;
     source.png_target = &png_target_for(from);
     source.file.emplace(options.input);
-    // Every frame of the file: frames_to_convert() takes --frames.
     const RawFrames raw =
-        raw_frames_in(options.input, source.file->size(), from, size.width, size.height, options.pitch, 0);
+        raw_frames_in(options.input, source.file->size(), from, size.width, size.height, options.pitch);
     source.frame_bytes = raw.frame_bytes;
     source.frames = raw.count;
     return source;
@@ -170,14 +169,6 @@ Source open_source(const ConvertOptions& options) {
     if (has_extension(options.input, ".png")) return open_png(options);
     if (has_extension(options.input, ".bmp")) return open_bmp(options);
     return open_raw(options);
-}
-
-std::size_t frames_to_convert(const Source& source, const ConvertOptions& options) {
-    if (options.frames == 0) return source.frames;
-    if (options.frames > source.frames)
-        throw UserError("'" + options.input + "' holds " + std::to_string(source.frames) + " frames, not " +
-                        std::to_string(options.frames));
-    return options.frames;
 }
 
 // The output format: --to, or for a PNG what the source is written as (RGBA
@@ -300,7 +291,7 @@ void run_convert(const ConvertOptions& options) {
     const Source source = open_source(options);
     const Format& to = output_format(options, source);
     check_size(to, source.width, source.height);
-    const std::size_t frames = frames_to_convert(source, options);
+    const std::size_t frames = frames_to_take(options.input, source.frames, options.frames);
     const Conversion conversion = plan_conversion(options, source, to);
     if (options.verbose) std::fprintf(stderr, "ccnvt: %s\n", conversion.describe(source.decoding).c_str());
     if (png_output)

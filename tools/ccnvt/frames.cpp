@@ -351,7 +351,7 @@ void check_row_pitch(const Format& format, std::uint32_t width, std::size_t row_
 }
 
 RawFrames raw_frames_in(const std::string& path, std::size_t file_bytes, const Format& format, std::uint32_t width,
-                        std::uint32_t height, std::size_t row_pitch, std::size_t wanted) {
+                        std::uint32_t height, std::size_t row_pitch) {
     check_row_pitch(format, width, row_pitch);
     // A frame size that does not fit in a size_t is longer than any file.
     if (row_pitch != 0 && row_pitch > std::numeric_limits<std::size_t>::max() / height)
@@ -361,13 +361,14 @@ RawFrames raw_frames_in(const std::string& path, std::size_t file_bytes, const F
     RawFrames frames;
     frames.frame_bytes = format.frame_bytes(width, height, row_pitch);
     frames.count = count_frames(path, file_bytes, frames.frame_bytes, format.name);
-    if (wanted != 0) {
-        if (wanted > frames.count)
-            throw UserError("'" + path + "' holds " + std::to_string(frames.count) + " frames, not " +
-                            std::to_string(wanted));
-        frames.count = wanted;
-    }
     return frames;
+}
+
+std::size_t frames_to_take(const std::string& path, std::size_t held, std::size_t wanted) {
+    if (wanted == 0) return held;
+    if (wanted > held)
+        throw UserError("'" + path + "' holds " + std::to_string(held) + " frames, not " + std::to_string(wanted));
+    return wanted;
 }
 
 Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,

@@ -66,11 +66,14 @@ struct RawFrames {
 };
 
 // The frames of a raw file of file_bytes whose rows are row_pitch bytes
-// apart (0: tight), all of them or the first `wanted`. UserError when the
-// pitch does not suit the format, when the file is shorter than one frame or
-// ends in a partial one, and when it holds fewer than `wanted`.
+// apart (0: tight). UserError when the pitch does not suit the format, and
+// when the file is shorter than one frame or ends in a partial one.
 RawFrames raw_frames_in(const std::string& path, std::size_t file_bytes, const Format& format, std::uint32_t width,
-                        std::uint32_t height, std::size_t row_pitch, std::size_t wanted);
+                        std::uint32_t height, std::size_t row_pitch);
+
+// How many of the `held` frames of path to convert: all when wanted is 0,
+// else wanted; UserError when the file holds fewer.
+std::size_t frames_to_take(const std::string& path, std::size_t held, std::size_t wanted);
 
 // A frame from rows row_pitch bytes apart (row_pitch 0: tight), for packed
 // formats; the rows are brought together with the library's pitch copy.

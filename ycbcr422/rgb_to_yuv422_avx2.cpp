@@ -142,7 +142,7 @@ constexpr long kDoublePairs = 4;
 
 CCNVT_TARGET_AVX2
 void encode_exact(const unsigned char* source, unsigned char* destination, long pairs,
-                        const PairEncoding& encoding, ChromaHistory& history) {
+                  const PairEncoding& encoding, ChromaHistory& history) {
     const StepConstants k = step_constants(encoding);
     __m256d history_cb = _mm256_set1_pd(history.cb), history_cr = _mm256_set1_pd(history.cr);
     long p = 0;
@@ -172,7 +172,7 @@ inline void store_samples(int* samples, __m128i cb, __m128i y0, __m128i cr, __m1
 
 CCNVT_TARGET_AVX2
 void encode_exact(const unsigned char* source, int* samples, long pairs, const PairEncoding& encoding,
-                          ChromaHistory& history) {
+                  ChromaHistory& history) {
     const StepConstants k = step_constants(encoding);
     const __m256d luma_gain = _mm256_set1_pd(encoding.luma_gain);
     const __m256d chroma_rounding = _mm256_set1_pd(encoding.chroma_rounding);

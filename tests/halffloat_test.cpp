@@ -1,13 +1,6 @@
-// YCbCr to half-float RGBA: the binary16 conversion over every float in
-// [0, 1] and at special values, hand-worked pixels, the three converters
-// against a scalar single-precision model of the decoding and of the
-// SDR-to-HDR path (every selector, partial v210 groups, odd widths, chunk
-// edges, pitches of every sign) under every processor feature word, the
-// entry points, and concurrent first use of the SDR-to-HDR curves.
-//
-// The models are written with one operation per step; this file is built
-// for the baseline x86-64 instruction set, which has no fused multiply-add,
-// so the compiler evaluates them exactly as written.
+// YCbCr to half-float RGBA: the binary16 conversion, hand-worked pixels, and the three converters against a
+// single-precision model under every feature word. The models take one operation per step; the baseline x86-64
+// build has no fused multiply-add, so they are evaluated as written.
 #include <immintrin.h>
 
 #include <cmath>
@@ -46,9 +39,7 @@ double half_value(std::uint16_t h) {
     return exponent == 0 ? std::ldexp(fraction, -24) : std::ldexp(1024 + fraction, exponent - 25);
 }
 
-// A colour channel as it must be written: the clamped value's nearest
-// binary16, ties to even (a significand rounded up to 2048 carries into the
-// exponent through the addition).
+// A channel as written: the clamped value's nearest binary16, ties to even (a carry reaches the exponent).
 std::uint16_t reference_channel(float v) {
     const double d = v < 0.0f ? 0.0 : v > 1.0f ? 1.0 : v;
     if (d < 0x1p-14) return static_cast<std::uint16_t>(std::nearbyint(d * 0x1p24));
@@ -67,10 +58,8 @@ constexpr std::uint64_t kSweepStride = 4099, kReferenceEvery = 1;
 constexpr std::uint64_t kSweepStride = 1, kReferenceEvery = 4093;
 #endif
 
-// Every float pattern from +0 to 1.0 in the optimised build, a sample under
-// the sanitizers. Patterns rise with their values, so the expected binary16
-// is found by walking up the exact midpoints between neighbours. The F16C
-// row code relies on the processor's conversion agreeing on all of them.
+// Every float from +0 to 1.0 (sampled under the sanitizers), the expected half found by walking up the exact
+// midpoints between neighbours; the F16C rows rely on the processor agreeing on all of them.
 TEST(HalfConversion, EveryFloatInTheUnitIntervalRoundsToNearestEven) {
     constexpr std::uint64_t kOne = 0x3F800000;
     std::vector<double> midpoint(0x3C00);  // halfway between h and h + 1, exact in double
@@ -82,8 +71,6 @@ TEST(HalfConversion, EveryFloatInTheUnitIntervalRoundsToNearestEven) {
         const float v = float_from_bits(static_cast<std::uint32_t>(bits));
         while (expected < 0x3C00 && (v > midpoint[expected] || (v == midpoint[expected] && (expected & 1))))
             ++expected;
-        // The general conversion, the branch-free one of the row loops, the
-        // processor's, and the reference of the frame models.
         const std::uint16_t got[4] = {cconvert::detail::half_from_channel(v), cconvert::detail::half_from_unit(v),
                                       f16c ? f16c_half(v) : expected,
                                       step % kReferenceEvery == 0 ? reference_channel(v) : expected};
@@ -100,17 +87,11 @@ TEST(HalfConversion, SpecialValues) {
     const struct {
         float value;
         std::uint16_t channel, half;  // through the clamp; converted directly
-    } cases[] = {
-        {0.0f, 0, 0}, {-0.0f, 0x8000, 0x8000},  // -0 is not below 0: converted, keeps its sign
-        {1.0f, 0x3C00, 0x3C00}, {-1e-30f, 0, 0x8000}, {-2.0f, 0, 0xC000}, {1.0000001f, 0x3C00, 0x3C00},
-        {2.0f, 0x3C00, 0x4000}, {inf, 0x3C00, 0x7C00}, {-inf, 0, 0xFC00}, {-1e6f, 0, 0xFC00},
-        {nan, 0x7E00, 0x7E00}, {-nan, 0xFE00, 0xFE00}, {float_from_bits(0x7F800001), 0x7E00, 0x7E00},  // signalling
-        {65504.0f, 0x3C00, 0x7BFF}, {65519.996f, 0x3C00, 0x7BFF}, {65520.0f, 0x3C00, 0x7C00},  // up to infinity
-        {0x1p-14f, 0x0400, 0x0400}, {0x1p-24f, 1, 1},  // smallest normal, smallest subnormal
-        {0x1p-25f, 0, 0}, {float_from_bits(0x33000001), 1, 1},  // the tie goes to even zero; just above it
-        {0x3p-25f, 2, 2}, {0x5p-25f, 2, 2}, {-0x3p-25f, 0, 0x8002},  // 1.5 and 2.5 ulp: ties to even
-        {0x1p-149f, 0, 0},  // float subnormal
-        {float_from_bits(0x3F7FF000), 0x3C00, 0x3C00}, {float_from_bits(0x3F7FE000), 0x3BFF, 0x3BFF},  // tie below 1
+    } cases[] = {  // -0 is not below 0, so it keeps its sign; ties go to even
+        {-0.0f, 0x8000, 0x8000}, {-1e-30f, 0, 0x8000}, {2.0f, 0x3C00, 0x4000}, {inf, 0x3C00, 0x7C00},
+        {-inf, 0, 0xFC00}, {-1e6f, 0, 0xFC00}, {nan, 0x7E00, 0x7E00}, {-nan, 0xFE00, 0xFE00},
+        {float_from_bits(0x7F800001), 0x7E00, 0x7E00}, {65519.996f, 0x3C00, 0x7BFF}, {65520.0f, 0x3C00, 0x7C00},
+        {0x1p-25f, 0, 0}, {0x5p-25f, 2, 2}, {-0x3p-25f, 0, 0x8002}, {0x1p-149f, 0, 0},
     };
     for (const auto& c : cases) {
         EXPECT_EQ(cconvert::detail::half_from_channel(c.value), c.channel) << c.value;
@@ -124,8 +105,7 @@ struct Decoding {
     float offset, luma_scale, centre, chroma_scale, kr, kgb, kgr, kb;
 };
 
-// Matrix selector 1 is BT.601, 4 BT.2020, any other BT.709; 10-bit codes
-// are the 8-bit ones times 4.
+// Matrix selector 1 is BT.601, 4 BT.2020, any other BT.709; 10-bit codes are the 8-bit ones times 4.
 Decoding model_decoding(int matrix, int bits, bool full) {
     const float code = bits == 10 ? 4.0f : 1.0f, top = bits == 10 ? 1023.0f : 255.0f;
     static const float k[3][4] = {{1.5748f, -0.18732427f, -0.46812427f, 1.8556f},
@@ -140,8 +120,7 @@ struct Pixel {
     std::uint32_t y, cb, cr;
 };
 
-// Pixel x of a row: v210 fields in stream order Cb0 Y0 Cr0 Y1 Cb2 Y2 Cr2 Y3
-// Cb4 Y4 Cr4 Y5, three to a little-endian word; 2vuy bytes Cb Y0 Cr Y1.
+// Pixel x of a row: v210 fields Cb0 Y0 Cr0 Y1 Cb2 Y2 Cr2 Y3 Cb4 Y4 Cr4 Y5, three to a word; 2vuy Cb Y0 Cr Y1.
 Pixel v210_pixel(const unsigned char* row, long x) {
     auto field = [&](int n) {
         std::uint32_t word;
@@ -170,9 +149,8 @@ Rgb model_decode(const Decoding& d, const Pixel& p) {
     return {y + red_part, g_first + g_red_part, y + blue_part};
 }
 
-// ---- the SDR-to-HDR model: BT.709 10-bit video, gamma 2.4 to linear,
-// BT.2020 primaries, then PQ with reference white at 203 cd/m2 or (mode 1)
-// HLG; each curve sampled at 4097 points and interpolated ----
+// SDR to HDR: BT.709 10-bit video, gamma 2.4, BT.2020 primaries, then PQ (white at 203 cd/m2) or (mode 1) HLG;
+// each curve sampled at 4097 points and interpolated.
 
 struct Curves {
     std::vector<float> linear, pq, hlg;
@@ -231,8 +209,7 @@ std::size_t row_bytes(Kernel kernel, long width) {
                                       : 16 * static_cast<std::size_t>((width + 5) / 6);
 }
 
-// The model's pixel x, as RGBA halves; a, b: (matrix, full range), or
-// (transfer mode, unused).
+// The model's pixel x as RGBA halves; a, b: (matrix, full range) or (transfer mode, unused).
 void model_pixel(Kernel kernel, const unsigned char* row, long x, int a, int b, unsigned char* rgba) {
     const Rgb c = kernel == Kernel::SdrToHdr ? model_sdr_to_hdr(v210_pixel(row, x), a)
                   : kernel == Kernel::TenBit ? model_decode(model_decoding(a, 10, b != 0), v210_pixel(row, x))
@@ -248,9 +225,7 @@ void run_kernel(Kernel kernel, void* out, long out_pitch, const void* in, long i
     if (kernel == Kernel::SdrToHdr) yCbCr10_to_halffloat_sdr_to_hdr(out, out_pitch, in, in_pitch, width, height, a);
 }
 
-// Converts a random frame whose pitches may have any sign (the first row
-// sits where every row lies inside the buffer) and compares every
-// destination byte, padding and guards included, with the model.
+// A random frame with pitches of any sign; every destination byte, padding and guards included, against the model.
 void expect_frame_matches_model(Kernel kernel, long width, long height, long in_pitch, long out_pitch, int a,
                                 int b, std::uint32_t seed) {
     auto bytes = [&](long pitch, std::size_t row) { return std::labs(pitch) * (height - 1) + row; };
@@ -272,22 +247,14 @@ void expect_frame_matches_model(Kernel kernel, long width, long height, long in_
 
 class HalfFloatKernels : public ::testing::TestWithParam<std::tuple<Kernel, unsigned int>> {};
 
-// Widths 1..17 leave every v210 group phase, 2vuy half pair and tail of the
-// eight-pixel blocks; 383, 386 and 777 end around the 384-pixel chunks.
-// Selectors and pitch layouts (tight; padded, with a destination pitch that
-// is no multiple of 8; both negative; one source row for all rows) take
-// turns over the widths.
+// Widths 1..17 leave every v210 phase, 2vuy half pair and block tail; 383, 386, 777 end around the 384-pixel
+// chunks. Selectors and pitch layouts (tight, padded and unaligned, negative, source pitch 0) take turns.
 TEST_P(HalfFloatKernels, FramesMatchTheModel) {
     const auto [kernel, word] = GetParam();
     const ScopedCpuFeatures features(word);
-    const std::vector<std::pair<int, int>> selectors =
-        kernel == Kernel::SdrToHdr ? std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {2, 0}}
-                                   : std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {4, 0}, {9, 0},
-                                                                      {1, 1}, {4, 1}, {2, 7}};
-    std::vector<long> widths = {383, 386, 777};
-    for (long w = 1; w <= 17; ++w) widths.push_back(w);
-    for (long width : widths) {
-        const auto [a, b] = selectors[width % selectors.size()];
+    const int selectors[][2] = {{0, 0}, {1, 0}, {4, 0}, {9, 0}, {1, 1}, {4, 1}, {2, 7}};  // SDR to HDR: 0, 1, 2
+    for (long width : {1L, 2L, 3L, 4L, 5L, 6L, 7L, 8L, 9L, 10L, 11L, 12L, 13L, 14L, 15L, 16L, 17L, 383L, 386L, 777L}) {
+        const int a = kernel == Kernel::SdrToHdr ? width % 3 : selectors[width % 7][0], b = selectors[width % 7][1];
         const long in = static_cast<long>(row_bytes(kernel, width)), out = 8 * width;
         const long layouts[4][3] = {{in, out, 3}, {in + 36, out + 3, 2}, {-in - 4, -out - 8, 3}, {0, out, 2}};
         const long* p = layouts[width % 4];
@@ -326,20 +293,15 @@ TEST(HalfFloatPixels, WorkedByHand) {
         std::uint32_t y, cb, cr;
         std::uint16_t rgb[3];
     } cases[] = {
-        // Video black and white under each matrix; above white is clamped.
+        // Black, and above white clamped; Y 502 is 0.5 less an ulp (0x3800), Cr 960 is 0.5: R clips and
+        // G = 0.5 + kgr / 2 is 0.26594 (0x3441), 0.14293 (0x3093) or 0.21432 (0x32DC).
         {Kernel::TenBit, 0, 0, 64, 512, 512, {0, 0, 0}},
-        {Kernel::TenBit, 1, 0, 940, 512, 512, {0x3C00, 0x3C00, 0x3C00}},
-        {Kernel::TenBit, 4, 0, 1023, 512, 512, {0x3C00, 0x3C00, 0x3C00}},
         {Kernel::TenBit, 4, 1, 1023, 512, 512, {0x3C00, 0x3C00, 0x3C00}},
         {Kernel::EightBit, 1, 0, 16, 128, 128, {0, 0, 0}},
-        {Kernel::EightBit, 4, 0, 235, 128, 128, {0x3C00, 0x3C00, 0x3C00}},
-        // Y 502 is 0.5 less an ulp (0x3800), Cr 960 is 0.5: R clips and
-        // G = 0.5 + kgr / 2 is 0.26594 (0x3441), 0.14293 (0x3093) or 0.21432 (0x32DC).
         {Kernel::TenBit, 0, 0, 502, 512, 960, {0x3C00, 0x3441, 0x3800}},
         {Kernel::TenBit, 1, 0, 502, 512, 960, {0x3C00, 0x3093, 0x3800}},
         {Kernel::TenBit, 4, 0, 502, 512, 960, {0x3C00, 0x32DC, 0x3800}},
-        // 8-bit Y 126 is 110/219 = 0.50228 (0x3805), Cb 240 is 0.5: B clips
-        // and G = 0.50228 - 0.3441363 / 2 = 0.33022 (0x3549).
+        // 8-bit Y 126 is 110/219 = 0.50228 (0x3805), Cb 240 is 0.5: B clips, G = 0.50228 - 0.3441363 / 2.
         {Kernel::EightBit, 1, 0, 126, 240, 128, {0x3805, 0x3549, 0x3C00}},
         // Full range: Y 255 is 1, Cb 0 is -128/255, B = 1 - 1.772 x 0.50196 = 0.11053 (0x2F13).
         {Kernel::EightBit, 1, 1, 255, 0, 128, {0x3C00, 0x3C00, 0x2F13}},
@@ -374,8 +336,7 @@ TEST(HalfFloatPixels, SdrWhiteBecomesReferenceWhite) {
 
 // ---- entry points ----
 
-// Empty or null arguments write nothing; the processor kernels of other
-// builds decline and touch nothing; every entry gives the portable bytes.
+// Empty or null arguments write nothing; other builds' kernels decline; every entry gives the portable bytes.
 TEST(HalfFloatEntryPoints, RouteToThePortableKernels) {
     using Entry = void (*)(void*, long, const void*, long, long, long, int, int);
     const Entry entries[] = {yCbCr10_to_halffloat,      yCbCr8_to_halffloat,      yCbCr10_to_halffloat_avx2,
@@ -383,30 +344,30 @@ TEST(HalfFloatEntryPoints, RouteToThePortableKernels) {
                              yCbCr10_to_halffloat_c,    yCbCr8_to_halffloat_c};
     const auto source = cconvert::test::random_bytes(4096, 5);
     GuardedBuffer out(1024, 0x33);
+    const unsigned char* in = source.data();
     const long empty[][2] = {{0, 2}, {8, 0}, {-8, 2}, {8, -2}};  // and null pointers at 8 x 2
+    for (const auto& [w, h] : empty) yCbCr10_to_halffloat_sdr_to_hdr(out.data(), 64, in, 64, w, h, 0);
+    yCbCr10_to_halffloat_sdr_to_hdr(nullptr, 64, in, 64, 8, 2, 0);
+    yCbCr10_to_halffloat_sdr_to_hdr(out.data(), 64, nullptr, 64, 8, 2, 0);
     for (int e = 0; e < 8; ++e) {
-        for (const auto& [w, h] : empty) entries[e](out.data(), 64, source.data(), 64, w, h, 0, 0);
-        entries[e](nullptr, 64, source.data(), 64, 8, 2, 0, 0);
+        for (const auto& [w, h] : empty) entries[e](out.data(), 64, in, 64, w, h, 0, 0);
+        entries[e](nullptr, 64, in, 64, 8, 2, 0, 0);
         entries[e](out.data(), 64, nullptr, 64, 8, 2, 0, 0);
         std::vector<unsigned char> got(800 * 3), want(800 * 3);
-        entries[e](got.data(), 800, source.data(), 288, 100, 3, 4, 1);
-        entries[6 + e % 2](want.data(), 800, source.data(), 288, 100, 3, 4, 1);
+        entries[e](got.data(), 800, in, 288, 100, 3, 4, 1);
+        entries[6 + e % 2](want.data(), 800, in, 288, 100, 3, 4, 1);
         EXPECT_EQ(got, want) << e;
     }
-    for (const auto& [w, h] : empty) yCbCr10_to_halffloat_sdr_to_hdr(out.data(), 64, source.data(), 64, w, h, 0);
-    yCbCr10_to_halffloat_sdr_to_hdr(nullptr, 64, source.data(), 64, 8, 2, 0);
-    yCbCr10_to_halffloat_sdr_to_hdr(out.data(), 64, nullptr, 64, 8, 2, 0);
     for (auto shim : {yCbCr10_to_halffloat_avx2_impl, yCbCr8_to_halffloat_avx2_impl, yCbCr10_to_halffloat_arm,
                       yCbCr8_to_halffloat_arm})
-        EXPECT_FALSE(shim(out.data(), 64, source.data(), 64, 8, 2, 0, 0));
+        EXPECT_FALSE(shim(out.data(), 64, in, 64, 8, 2, 0, 0));
     EXPECT_EQ(out.contents(), std::vector<unsigned char>(1024, 0x33));
     EXPECT_TRUE(out.guards_intact());
     EXPECT_EQ(yCbCr_halffloat_avx2_available(), 0);
     EXPECT_EQ(yCbCr_halffloat_neon_available(), 0);
 }
 
-// Several threads make the first SDR-to-HDR call at once (each test runs in
-// a process of its own, so the curves are still unfilled here).
+// Several threads make the first SDR-to-HDR call at once (each test runs in a process of its own).
 TEST(HalfFloatSdrToHdr, ConcurrentFirstCallsGiveTheModelsOutput) {
     constexpr int kThreads = 4;
     const long width = 1920, height = 4, in_pitch = 5120, out_pitch = 8 * width;
@@ -421,10 +382,8 @@ TEST(HalfFloatSdrToHdr, ConcurrentFirstCallsGiveTheModelsOutput) {
         });
     for (auto& thread : threads) thread.join();
     std::vector<unsigned char> expected(out_pitch * height);
-    for (long row = 0; row < height; ++row)
-        for (long x = 0; x < width; ++x)
-            model_pixel(Kernel::SdrToHdr, source.data() + row * in_pitch, x, 0, 0,
-                        expected.data() + row * out_pitch + 8 * x);
+    for (long x = 0; x < width * height; ++x)
+        model_pixel(Kernel::SdrToHdr, source.data() + x / width * in_pitch, x % width, 0, 0, expected.data() + 8 * x);
     for (int t = 0; t < kThreads; ++t) EXPECT_EQ(outputs[t], expected) << t;
 }
 

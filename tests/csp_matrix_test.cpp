@@ -1,7 +1,5 @@
-// YCbCr-to-RGB maps: the bit-depth multiplier, the map of every colour space,
-// range and picture control against a model written from the colour-science
-// definitions, colour bars and black and white through the fixed-point
-// mapping, fallbacks, inversion, rounding and clamping.
+// YCbCr-to-RGB maps against a model written from the colour-science definitions, colour bars, fallbacks,
+// inversion and the fixed-point mapping.
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -37,9 +35,7 @@ void apply(const mp_cmat& m, const double in[3], double out[3]) {
         out[i] = double(m.m[i][0]) * in[0] + double(m.m[i][1]) * in[1] + double(m.m[i][2]) * in[2] + m.c[i];
 }
 
-// What the map should do, from the definitions: the normalised texture
-// sample is turned into codes on an 8-bit scale (a 10-bit code 4 x c stands
-// for the 8-bit code c), then into Y in 0..1 and chroma in -0.5..0.5.
+// The texture sample as codes on an 8-bit scale (10-bit 4c stands for c), then Y in 0..1, chroma in -0.5..0.5.
 void model(const mp_csp_params& p, const double n[3], double rgb[3]) {
     const int csp = p.color.csp;
     const double texture_top = std::ldexp(1.0, p.texture_bits) - 1;
@@ -94,26 +90,21 @@ void model(const mp_csp_params& p, const double n[3], double rgb[3]) {
     for (int i = 0; i < 3; ++i) rgb[i] = (limited_out ? 16.0 / 255 + 219.0 / 255 * out[i] : out[i]) + p.brightness;
 }
 
-// A row of a published 75% colour-bar table (SMPTE/EBU, RP 219 for 10-bit
-// BT.709): codes and which channels are at 75%.
+// Published 75% colour bars (SMPTE/EBU 8-bit BT.601, RP 219 10-bit BT.709): codes and which channels are at 75%.
 struct Bar {
-    int y, cb, cr;
+    mp_csp csp;
+    int bits, y, cb, cr;
     bool r, g, b;
 };
-
-std::vector<Bar> bars_75(int csp, int bits) {
-    if (csp == MP_CSP_BT_601 && bits == 8)
-        return {{180, 128, 128, 1, 1, 1}, {162, 44, 142, 1, 1, 0}, {131, 156, 44, 0, 1, 1}, {112, 72, 58, 0, 1, 0},
-                {84, 184, 198, 1, 0, 1},  {65, 100, 212, 1, 0, 0}, {35, 212, 114, 0, 0, 1}, {16, 128, 128, 0, 0, 0}};
-    if (csp == MP_CSP_BT_601)
-        return {{721, 512, 512, 1, 1, 1}, {646, 176, 567, 1, 1, 0}, {525, 625, 176, 0, 1, 1}, {450, 289, 231, 0, 1, 0},
-                {335, 735, 793, 1, 0, 1}, {260, 399, 848, 1, 0, 0}, {139, 848, 457, 0, 0, 1}, {64, 512, 512, 0, 0, 0}};
-    if (bits == 8)
-        return {{180, 128, 128, 1, 1, 1}, {168, 44, 136, 1, 1, 0}, {145, 147, 44, 0, 1, 1}, {133, 63, 52, 0, 1, 0},
-                {63, 193, 204, 1, 0, 1},  {51, 109, 212, 1, 0, 0}, {28, 212, 120, 0, 0, 1}, {16, 128, 128, 0, 0, 0}};
-    return {{721, 512, 512, 1, 1, 1}, {674, 176, 543, 1, 1, 0}, {581, 589, 176, 0, 1, 1}, {534, 253, 207, 0, 1, 0},
-            {251, 771, 817, 1, 0, 1}, {204, 435, 848, 1, 0, 0}, {111, 848, 481, 0, 0, 1}, {64, 512, 512, 0, 0, 0}};
-}
+const Bar kBars[] = {
+    {MP_CSP_BT_601, 8, 180, 128, 128, 1, 1, 1}, {MP_CSP_BT_601, 8, 162, 44, 142, 1, 1, 0},
+    {MP_CSP_BT_601, 8, 131, 156, 44, 0, 1, 1},  {MP_CSP_BT_601, 8, 112, 72, 58, 0, 1, 0},
+    {MP_CSP_BT_601, 8, 84, 184, 198, 1, 0, 1},  {MP_CSP_BT_601, 8, 65, 100, 212, 1, 0, 0},
+    {MP_CSP_BT_601, 8, 35, 212, 114, 0, 0, 1},  {MP_CSP_BT_709, 10, 674, 176, 543, 1, 1, 0},
+    {MP_CSP_BT_709, 10, 581, 589, 176, 0, 1, 1}, {MP_CSP_BT_709, 10, 534, 253, 207, 0, 1, 0},
+    {MP_CSP_BT_709, 10, 251, 771, 817, 1, 0, 1}, {MP_CSP_BT_709, 10, 204, 435, 848, 1, 0, 0},
+    {MP_CSP_BT_709, 10, 111, 848, 481, 0, 0, 1},
+};
 
 std::vector<int> map_fixp(mp_cmat m, int in_bits, std::vector<int> in, int out_bits) {
     std::vector<int> out(3);
@@ -126,17 +117,15 @@ std::vector<int> map_fixp(mp_cmat m, int in_bits, std::vector<int> in, int out_b
 // ---- bit-depth multiplier ----
 
 TEST(CspMul, KnownValues) {
-    // Limited-range codes scale by 2^n (16 << (n - 8)), RGB by 2^n - 1; XYZ
-    // and input_bits 0 not at all.
+    // Limited-range codes scale by 2^n (16 << (n - 8)), RGB by 2^n - 1; XYZ and input_bits 0 not at all.
     const struct {
         mp_csp csp;
         int input_bits, texture_bits;
         double mul;
     } cases[] = {
-        {MP_CSP_BT_601, 0, 16, 1.0}, {MP_CSP_RGB, 0, 16, 1.0}, {MP_CSP_RGB, 8, 8, 1.0}, {MP_CSP_BT_601, 8, 8, 1.0},
-        {MP_CSP_XYZ, 12, 16, 1.0}, {MP_CSP_RGB, 10, 16, 1023.0 / 65535},
-        {MP_CSP_BT_709, 10, 10, 1024.0 / 1023 * 255 / 256}, {MP_CSP_YCGCO, 12, 16, 4096.0 / 65535 * 255 / 256},
-        {MP_CSP_BT_601, 10, 16, 1024.0 / 65535 * 255 / 256}, {MP_CSP_AUTO, 10, 16, 1024.0 / 65535 * 255 / 256},
+        {MP_CSP_BT_601, 0, 16, 1.0}, {MP_CSP_RGB, 8, 8, 1.0}, {MP_CSP_BT_601, 8, 8, 1.0}, {MP_CSP_XYZ, 12, 16, 1.0},
+        {MP_CSP_RGB, 10, 16, 1023.0 / 65535}, {MP_CSP_BT_709, 10, 10, 1024.0 / 1023 * 255 / 256},
+        {MP_CSP_AUTO, 10, 16, 1024.0 / 65535 * 255 / 256},
         {MP_CSP_RGB, 40, 48, (std::ldexp(1.0, 40) - 1) / (std::ldexp(1.0, 48) - 1)},  // in 64 bits
     };
     for (const auto& c : cases)
@@ -183,47 +172,37 @@ TEST(CspMatrix, EverySpaceLevelsAndControlsAgainstTheModel) {
                     }
 }
 
-// Limited RGB output is 16/255 to 235/255 of full scale at every depth: 64
-// to 943 in 10 bits (942.76), not 64 to 940.
+// Limited RGB output is 16/255 to 235/255 of full scale at every depth: 64 to 943 (942.76) in 10 bits, not 940.
+// (Full-range output is the README example's.)
 TEST(CspMatrix, Bt709LimitedBlackAndWhiteExactly) {
     for (int bits : {8, 10}) {
-        const int s = 1 << (bits - 8), top = (1 << bits) - 1;
-        const std::vector<int> black = {16 * s, 128 * s, 128 * s}, white = {235 * s, 128 * s, 128 * s};
-        const mp_cmat full = map_for(request(MP_CSP_BT_709, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_FULL, bits, bits));
-        const mp_cmat limited =
-            map_for(request(MP_CSP_BT_709, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_LIMITED, bits, bits));
-        EXPECT_EQ(map_fixp(full, bits, black, bits), std::vector<int>(3, 0));
-        EXPECT_EQ(map_fixp(full, bits, white, bits), std::vector<int>(3, top));
-        EXPECT_EQ(map_fixp(limited, bits, black, bits), std::vector<int>(3, bits == 8 ? 16 : 64));
-        EXPECT_EQ(map_fixp(limited, bits, white, bits), std::vector<int>(3, bits == 8 ? 235 : 943));
+        const int s = 1 << (bits - 8);
+        const mp_cmat m = map_for(request(MP_CSP_BT_709, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_LIMITED, bits, bits));
+        EXPECT_EQ(map_fixp(m, bits, {16 * s, 128 * s, 128 * s}, bits), std::vector<int>(3, 16 * s));
+        EXPECT_EQ(map_fixp(m, bits, {235 * s, 128 * s, 128 * s}, bits), std::vector<int>(3, bits == 8 ? 235 : 943));
     }
 }
 
-TEST(CspMatrix, ColourBarsOfBt601AndBt709In8And10Bits) {
-    for (mp_csp csp : {MP_CSP_BT_601, MP_CSP_BT_709})
-        for (int bits : {8, 10}) {
-            const mp_csp_params p = request(csp, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_FULL, bits, bits);
-            const int top = (1 << bits) - 1;
-            for (const Bar& bar : bars_75(csp, bits)) {
-                const std::vector<int> rgb = map_fixp(map_for(p), bits, {bar.y, bar.cb, bar.cr}, bits);
-                const double target[3] = {bar.r * 0.75 * top, bar.g * 0.75 * top, bar.b * 0.75 * top};
-                const double n[3] = {double(bar.y) / top, double(bar.cb) / top, double(bar.cr) / top};
-                double exact[3];
-                model(p, n, exact);
-                for (int i = 0; i < 3; ++i) {
-                    SCOPED_TRACE(testing::Message() << "csp " << csp << " " << bits << "-bit Y " << bar.y << " " << i);
-                    // The codes were rounded: within two output codes of
-                    // 75%, within one of the model's value rounded.
-                    EXPECT_NEAR(rgb[i], target[i], 2.0);
-                    EXPECT_NEAR(rgb[i], std::fmin(top, std::fmax(0.0, std::nearbyint(exact[i] * top))), 1.0);
-                }
-            }
+TEST(CspMatrix, ColourBarsOfBt601AndBt709) {
+    for (const Bar& bar : kBars) {
+        const mp_csp_params p = request(bar.csp, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_FULL, bar.bits, bar.bits);
+        const int top = (1 << bar.bits) - 1;
+        const std::vector<int> rgb = map_fixp(map_for(p), bar.bits, {bar.y, bar.cb, bar.cr}, bar.bits);
+        const double target[3] = {bar.r * 0.75 * top, bar.g * 0.75 * top, bar.b * 0.75 * top};
+        const double n[3] = {double(bar.y) / top, double(bar.cb) / top, double(bar.cr) / top};
+        double exact[3];
+        model(p, n, exact);
+        for (int i = 0; i < 3; ++i) {
+            SCOPED_TRACE(testing::Message() << "csp " << bar.csp << " Y " << bar.y << " " << i);
+            // The codes were rounded: within two codes of 75%, within one of the model's value rounded.
+            EXPECT_NEAR(rgb[i], target[i], 2.0);
+            EXPECT_NEAR(rgb[i], std::fmin(top, std::fmax(0.0, std::nearbyint(exact[i] * top))), 1.0);
         }
+    }
 }
 
 TEST(CspMatrix, UnknownSpacesAndLevelsFallBack) {
-    // Unknown spaces are BT.601, unknown input ranges limited, and any
-    // output range but limited is full.
+    // Unknown spaces are BT.601, unknown input ranges limited, and any output range but limited is full.
     const mp_cmat bt601 = map_for(request(MP_CSP_BT_601, MP_CSP_LEVELS_LIMITED, MP_CSP_LEVELS_FULL, 10, 16));
     const mp_csp_levels limited = MP_CSP_LEVELS_LIMITED, full = MP_CSP_LEVELS_FULL;
     for (int v : {0, 9, 300, -1})
@@ -234,11 +213,8 @@ TEST(CspMatrix, UnknownSpacesAndLevelsFallBack) {
     }
 }
 
-TEST(CspMatrix, RgbFullRangeIsTheIdentityAndXyzWhiteIsRgbWhite) {
-    const mp_cmat identity = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
-    for (mp_csp_levels in : {MP_CSP_LEVELS_FULL, MP_CSP_LEVELS_LIMITED})  // RGB ignores the input range
-        EXPECT_TRUE(same_bits(map_for(request(MP_CSP_RGB, in, MP_CSP_LEVELS_FULL, 8, 8)), identity));
-    // The DCI white (0.314, 0.351) at Y = 1 becomes RGB white whatever the primaries.
+// The DCI white (0.314, 0.351) at Y = 1 becomes RGB white whatever the primaries.
+TEST(CspMatrix, XyzWhiteIsRgbWhite) {
     for (int prim : {0, 3, 4, 10, 11}) {
         mp_csp_params p = request(MP_CSP_XYZ, MP_CSP_LEVELS_FULL, MP_CSP_LEVELS_FULL, 0, 0);
         p.color.prim = mp_csp_prim(prim);
@@ -274,16 +250,12 @@ TEST(CspMapFixp, RoundsClampsAndScalesAsWorkedByHand) {
         int out_bits;
         std::vector<int> out;
     } cases[] = {
-        // Half to even: 0.5 x 1 is 0, 0.5 x 255 = 127.5 is 128.
+        // Half to even: 0.5 x 1 is 0, 0.5 x 255 = 127.5 is 128; 2^-30 tips 0.5 over (the sum is in double).
         {half, 8, {0, 0, 0}, 1, {0, 0, 0}},
         {half, 8, {0, 0, 0}, 8, {128, 128, 128}},
-        {half, 8, {0, 0, 0}, 10, {512, 512, 512}},
-        // A term of 2^-30 tips 0.5 over: the sum is kept in double precision.
         {tipped, 1, {1, 0, 0}, 1, {1, 0, 0}},
-        // -0.25, 1.75 and exactly 1 clamp to the output range.
-        {offset, 8, {0, 255, 255}, 8, {0, 255, 255}},
+        // -0.25, 1.75 and exactly 1 clamp; 127.62, 513.51 and 4.01 between depths; each channel its own row.
         {offset, 8, {0, 255, 255}, 12, {0, 4095, 4095}},
-        // 127.62, 513.51 and 4.01 between depths; each channel its own row.
         {identity, 10, {1023, 512, 0}, 8, {255, 128, 0}},
         {identity, 8, {255, 128, 1}, 10, {1023, 514, 4}},
         {rotate, 8, {10, 20, 30}, 8, {30, 10, 20}},

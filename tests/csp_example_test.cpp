@@ -21,20 +21,14 @@ static void bt709_limited_to_full_rgb10(int* ycbcr, int* rgb) {
 // ---- README example ends ----
 
 TEST(CspExample, Bt709LimitedToFullRgbIn10Bits) {
-    struct Case {
-        int ycbcr[3];
-        int rgb[3];
+    const int cases[][6] = {
+        {64, 512, 512, 0, 0, 0}, {940, 512, 512, 1023, 1023, 1023},  // black, white
+        {4, 512, 512, 0, 0, 0}, {1019, 512, 512, 1023, 1023, 1023},  // clamped below black and above white
+        {204, 435, 848, 768, 0, 0},  // 75% red bar (767.25 before its codes were rounded)
     };
-    const Case cases[] = {
-        {{64, 512, 512}, {0, 0, 0}},           // black
-        {{940, 512, 512}, {1023, 1023, 1023}}, // white
-        {{4, 512, 512}, {0, 0, 0}},            // below black: clamped
-        {{1019, 512, 512}, {1023, 1023, 1023}}, // above white: clamped
-        {{204, 435, 848}, {768, 0, 0}},        // 75% red bar (767.25 before its codes were rounded)
-    };
-    for (const Case& c : cases) {
-        int ycbcr[3] = {c.ycbcr[0], c.ycbcr[1], c.ycbcr[2]}, rgb[3];
+    for (const auto& c : cases) {
+        int ycbcr[3] = {c[0], c[1], c[2]}, rgb[3];
         bt709_limited_to_full_rgb10(ycbcr, rgb);
-        for (int i = 0; i < 3; ++i) EXPECT_EQ(rgb[i], c.rgb[i]) << "Y " << c.ycbcr[0] << ", channel " << i;
+        for (int i = 0; i < 3; ++i) EXPECT_EQ(rgb[i], c[3 + i]) << "Y " << c[0] << ", channel " << i;
     }
 }

@@ -11,8 +11,6 @@
 
 #include "cconvert/csputils.h"
 
-// ---- name tables ----
-
 TEST(CspNames, EveryTableInValueOrder) {
     static_assert(sizeof(mp_csp_names) / sizeof(mp_csp_names[0]) == 9, "nine entries and no terminator");
     const struct {
@@ -45,8 +43,6 @@ TEST(CspNames, EveryTableInValueOrder) {
     }
 }
 
-// ---- record layouts ----
-
 static_assert(offsetof(mp_colorspace, csp) == 0 && offsetof(mp_colorspace, levels) == 4 &&
               offsetof(mp_colorspace, prim) == 8 && offsetof(mp_colorspace, trc) == 12 &&
               offsetof(mp_colorspace, light) == 16 && offsetof(mp_colorspace, signal_peak) == 20 &&
@@ -59,8 +55,6 @@ static_assert(offsetof(mp_csp_params, levels_out) == 24 && offsetof(mp_csp_param
 static_assert(sizeof(mp_csp_col_xy) == 8 && offsetof(mp_csp_primaries, green) == 8 &&
               offsetof(mp_csp_primaries, white) == 24 && sizeof(mp_cmat) == 48 && offsetof(mp_cmat, c) == 36 &&
               sizeof(mp_name_entry) == 16);
-
-// ---- H.273 code points ----
 
 TEST(CspCodePoints, EveryInputFromMinusTwoTo300) {
     // Each translation as data: the listed inputs and the value for all others.
@@ -96,8 +90,6 @@ TEST(CspCodePoints, EveryInputFromMinusTwoTo300) {
             EXPECT_EQ(t.function(v), listed == t.listed.end() ? t.otherwise : listed->second) << t.name << " " << v;
         }
 }
-
-// ---- guesses and queries ----
 
 TEST(CspGuess, MatrixAndPrimariesBySize) {
     // Above 1279 x 576 is BT.709; below, 480 and 486 lines are BT.601-525, 576 lines BT.601-625, any other

@@ -42,8 +42,6 @@ const PrimariesRow kPrimaries[] = {
 
 bool same_bits(const mp_csp_primaries& a, const mp_csp_primaries& b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
-// ---- an independent double-precision model ----
-
 double det(const Matrix64 a) {
     return a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
            a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
@@ -87,8 +85,6 @@ void expect_near(const Matrix m, const double (&expected)[3][3], double toleranc
 
 }  // namespace
 
-// ---- records ----
-
 TEST(CspPrimaries, RecordsAndLookupFromMinusTwoTo300) {
     for (const PrimariesRow& r : kPrimaries) {
         const mp_csp_primaries published = {{float(r.rx), float(r.ry)}, {float(r.gx), float(r.gy)},
@@ -102,8 +98,6 @@ TEST(CspPrimaries, RecordsAndLookupFromMinusTwoTo300) {
         EXPECT_TRUE(same_bits(mp_get_csp_primaries(mp_csp_prim(p)), *expected)) << p;
     }
 }
-
-// ---- RGB to XYZ ----
 
 TEST(CspRgbToXyz, Bt709AndBt2020MatchThePublishedMatrices) {
     // With the D65 white (0.3127, 0.3290), to four decimals: IEC 61966-2-1 and BT.2087.
@@ -138,8 +132,6 @@ TEST(CspRgbToXyz, EveryRecordAgainstTheDoubleModel) {
     }
 }
 
-// ---- Bradford adaptation ----
-
 // Lindbloom's Bradford matrix A for D65 (0.95047, 1, 1.08883) to D50 (0.96422, 1, 0.82521), the whites given
 // as those XYZ's chromaticities; applied on the right, m becomes m x A.
 TEST(CspAdaptation, BradfordD65ToD50MultipliesThePublishedMatrixOnTheRight) {
@@ -168,8 +160,6 @@ TEST(CspAdaptation, NearlyEqualWhitesLeaveTheMatrixUntouched) {
     mp_apply_chromatic_adaptation(a, {a.x, a.y + 2e-6f}, m);  // 2e-6 in one coordinate is enough
     EXPECT_NE(0, std::memcmp(m, original, sizeof m));
 }
-
-// ---- gamut mapping ----
 
 TEST(CspCmsMatrix, SaturationIntentOnlySetsTheDiagonal) {
     Matrix m = {{9, 2, 3}, {4, 9, 6}, {7, 8, 9}};
@@ -205,8 +195,6 @@ TEST(CspCmsMatrix, RelativeKeepsWhiteAbsoluteKeepsXyz) {
         for (int i = 0; i < 3; ++i) EXPECT_NEAR(xyz_dest[i], xyz_src[i], 1e-5) << i;
     }
 }
-
-// ---- 3 x 3 arithmetic ----
 
 TEST(CspMatrix3x3, InverseOfKnownMatrices) {
     Matrix unimodular = {{2, 3, 1}, {3, 3, 1}, {2, 4, 1}}, expected = {{-1, 1, 0}, {-1, 0, 1}, {6, -2, -3}};

@@ -164,8 +164,7 @@ struct Format {
     }
 };
 
-// Odd 2vuy widths: the default pitch 2 * width, the last pair reaching into the next row.
-long uyvy_pitch(int w) { return 2L * w; }
+long uyvy_pitch(int w) { return 2L * w; }  // odd widths: the last pair reaches into the next row
 long v210_pitch(int w) { return 128L * ((w + 47) / 48); }
 long plane_pitch(int w) { return w; }
 

@@ -16,8 +16,7 @@ namespace {
 
 std::uint32_t word16(const unsigned char* bytes, std::size_t index) { return bytes[2 * index] | bytes[2 * index + 1] << 8; }
 
-class PlanarKernels : public ::testing::TestWithParam<unsigned int> {
-protected:
+struct PlanarKernels : ::testing::TestWithParam<unsigned int> {
     ScopedCpuFeatures features_{GetParam()};
 };
 

@@ -17,9 +17,7 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-struct Coefficients {
-    double y[3], y_offset, cb[3], cr[3], c_offset, scale;
-};
+struct Coefficients { double y[3], y_offset, cb[3], cr[3], c_offset, scale; };
 const Coefficients kS601_8 = {{65.738, 129.057, 25.064}, 16.0, {-37.945, -74.494, 112.439},
                               {112.439, -94.154, -18.285}, 128.0, 1.0 / 256};
 const Coefficients kF709_8 = {{217.702, 732.365, 73.716}, 0.0, {-117.35, -394.65, 512.0},
@@ -30,9 +28,7 @@ const Coefficients kH709_10 = {{217.6, 732.57, 72.83}, 64.0, {-117.248, -394.752
                                {512.0, -465.101, -46.899}, 512.0, 1.0 / 1024};
 
 // Byte positions of R, G, B and the pixel size.
-struct Order {
-    int r, g, b, size;
-};
+struct Order { int r, g, b, size; };
 const Order kArgb = {1, 2, 3, 4}, kBgra = {2, 1, 0, 4}, kRgb = {0, 1, 2, 3};
 
 // plus goes into Y, Cb, Cr before the [1 2 1] / 4 chroma filter (starting at 128
@@ -185,25 +181,18 @@ Bytes every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t ex
 
 
 TEST(RgbEncoders, WorkedByHand) {
-    struct Case {  // a pixel repeated count times; 2vuy bytes or v210 samples in stream order
-        int routine;
-        Bytes pixel;
-        int count;
-        std::vector<int> expected;
-    } const cases[] = {
+    // A pixel repeated count times; 2vuy bytes or v210 samples in stream order.
+    struct Case { int routine; Bytes pixel; int count; std::vector<int> expected; } const cases[] = {
         // Grey 128 in BT.601: Y = trunc(128 * 219.859 / 256 + 16) = 125, chroma 128.
         {1, {128, 128, 128, 128}, 4, {128, 125, 128, 125, 128, 125, 128, 125}},
         {0, {0, 128, 128, 128}, 1, {128, 125, 128, 125}},  // one pixel writes a whole pair
-        // Full-range BT.709 with 0.5 added: white 255, black 0.
+        // Full-range BT.709 with 0.5 added: white 255.
         {2, {255, 255, 255, 255}, 2, {128, 255, 128, 255}},
-        // Red: Y = 217.702 * 255 / 1024 + 0.5 = 54.7. Cr = 512 * 255 / 1024 + 128
-        // + 0.5 = 256.0: the first pair filters with 128, (128 + 3 * 256) / 4 =
-        // 224, then 256 keeps its low 8 bits, 0. Cb: 99.28, first (128 + 3 * 99.28) / 4.
+        // Red: Y 54.7; Cr 256.0 filters with 128 first, (128 + 3 * 256) / 4 = 224, then keeps its low 8 bits, 0.
         {3, {0, 0, 255, 0}, 4, {106, 54, 224, 54, 99, 54, 0, 54}},
-        // argb_to_v210 keeps chroma on the 8-bit scale, the filter starting at
-        // 512: (512 + 3 * 128) / 4 + 0.5 = 224; Y = trunc(125.93 * 4) = 503.
+        // argb_to_v210: 8-bit chroma, filter from 512: (512 + 3 * 128) / 4 + 0.5 = 224; Y trunc(125.93 * 4).
         {4, {128, 128, 128, 128}, 6, {224, 503, 224, 503, 128, 503, 128, 503, 128, 503, 128, 503}},
-        // bgra_to_v210 on 10-bit offsets: black is Y 64, chroma 512.
+        // bgra_to_v210 on 10-bit offsets.
         {6, {0, 0, 0, 0}, 6, {512, 64, 512, 64, 512, 64, 512, 64, 512, 64, 512, 64}},
     };
     for (const Case& c : cases) {

@@ -18,11 +18,7 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-struct TableRules {
-    int y_offset, c_offset;
-    double luma, cb_blue, cb_green, cr_green, cr_red, scale;
-    int shift;
-};
+struct TableRules { int y_offset, c_offset; double luma, cb_blue, cb_green, cr_green, cr_red, scale; int shift; };
 const TableRules k8Bit = {16, 128, 298.082, 516.411, -100.291, -208.12, 408.583, 0.0625, 4};
 const TableRules k10Bit = {64, 512, 1192.328, 2065.644, -401.164, -832.48, 1634.332, 0.015625, 6};
 
@@ -83,10 +79,7 @@ Bytes model_v210_to_rgb(const unsigned char* src, int width, int height, int pit
 
 TEST(TableDecoders, StudioLevelsWorkedByHand) {
     // A pair (10-bit Cb Y0 Cr Y1; 8-bit decoders see >> 2) through both table sets.
-    struct Case {
-        std::array<int, 4> pair;
-        Bytes bgr;  // both pixels
-    } const cases[] = {
+    struct Case { std::array<int, 4> pair; Bytes bgr; } const cases[] = {  // bgr of both pixels
         {{512, 940, 512, 64}, {254, 254, 254, 0, 0, 0}},         // white 4079 >> 4 = 16319 >> 6 = 254
         {{64, 64, 960, 64}, {0, 0, 178, 0, 0, 178}},             // blue -3614 clamps to 0; red 2860 >> 4
         {{960, 940, 512, 940}, {255, 211, 254, 255, 211, 254}},  // blue 7693 >> 4 clamps to 255
@@ -108,9 +101,7 @@ TEST(TableDecoders, StudioLevelsWorkedByHand) {
 }
 
 TEST(TableDecoders, ReductionPlansMatchTheModel) {
-    struct Plan {
-        long width, height, dst_pitch, src_extra;
-    };
+    struct Plan { long width, height, dst_pitch, src_extra; };
     std::vector<Plan> plans;
     for (long w = 0; w <= 40; ++w) plans.push_back({w, 9, 4 * w + 4, 4});  // room for 4-byte pixels
     for (long w : {47L, 48L, 49L}) plans.push_back({w, 9, 4 * w, 0});
@@ -180,8 +171,7 @@ const WrapperCase kWrappers[] = {
     {"yuv422_10_rgb32", ccnvt_yuv422_10_rgb32, cycbcr_012v_to_rgb32, ccnvt_v210_rgb24, 4, true},
 };
 
-class DecoderWrappers : public ::testing::TestWithParam<WrapperCase> {
-protected:
+struct DecoderWrappers : ::testing::TestWithParam<WrapperCase> {
     long tight_source(long width) const { return GetParam().v210 ? 128 * ((width + 47) / 48) : 2 * width; }
 };
 

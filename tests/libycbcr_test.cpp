@@ -157,7 +157,7 @@ struct Format {
     const char* name;
     Converter convert;
     int dst_pixel_bytes;
-    long (*source_pitch)(int width);  // tight; also the default for a pitch of 0 or below
+    long (*source_pitch)(int width);  // tight: the default for a pitch of 0 or below
     bool planar;
     long source_bytes(int height, long pitch) const {
         return planar ? pitch * height + 2 * ((pitch + 1) / 2) * ((height + 1) / 2) : pitch * height;

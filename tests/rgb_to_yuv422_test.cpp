@@ -33,12 +33,7 @@ const Order kArgb = {1, 2, 3, 4}, kBgra = {2, 1, 0, 4}, kRgb = {0, 1, 2, 3};
 
 // plus goes into Y, Cb, Cr before the [1 2 1] / 4 chroma filter (starting at 128
 // for 2vuy, 512 for v210); 2vuy keeps the low 8 bits, v210 truncates Y * gain and chroma + chroma_plus.
-struct Rules {
-    Order order;
-    const Coefficients* c;
-    bool v210;
-    double plus, gain, chroma_plus;
-};
+struct Rules { Order order; const Coefficients* c; bool v210; double plus, gain, chroma_plus; };
 
 struct Encoder {
     Rules rules;
@@ -114,8 +109,7 @@ void expect_model_bytes(const SpanRoutine& routine, Bytes& pixels, long count, c
     expect_same(routine.model(pixels.data(), count), dst, std::string(routine.name) + " " + what);
 }
 
-class RgbEncoderSpans : public ::testing::TestWithParam<std::tuple<SpanRoutine, unsigned int>> {
-protected:
+struct RgbEncoderSpans : ::testing::TestWithParam<std::tuple<SpanRoutine, unsigned int>> {
     const SpanRoutine& routine() const { return std::get<0>(GetParam()); }
     ScopedCpuFeatures features_{std::get<1>(GetParam())};
 };

@@ -1,5 +1,4 @@
-// Two-buffer fields of 4-byte pixels to and from interleaved frames, and the
-// copy between pitches.
+// Two-buffer fields of 4-byte pixels to and from frames, and the copy between pitches.
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -65,13 +64,9 @@ TEST(CopyInterleaved, RowsOfTheShorterPitchOrWholePitchesWhenEqual) {
                     << c.destination_pitch << " row " << r << " byte " << i;
         EXPECT_TRUE(destination.guards_intact());
     }
-}
-
-TEST(CopyInterleaved, NothingToDo) {
+    // Nothing to do: the same buffer at equal pitches, whatever the rows; no or negative rows.
     GuardedBuffer frame(64, 0x11), other(64, 0xEE);
-    // Same buffer, equal pitches: nothing, whatever the row count.
     ccnvt_copy_interleaved(frame.data(), 16, frame.data(), 16, 0, 1000000);
-    // Unequal pitches and no rows, or a negative count.
     ccnvt_copy_interleaved(other.data(), 16, frame.data(), 8, 0, 0);
     ccnvt_copy_interleaved(other.data(), 16, frame.data(), 8, 0, -4);
     EXPECT_EQ(frame.contents(), std::vector<unsigned char>(64, 0x11));

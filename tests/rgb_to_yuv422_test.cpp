@@ -1,14 +1,8 @@
-// RGB to 2vuy and v210 encoders: values worked out by hand, an independent
-// double-precision model of each routine on random spans of many lengths,
-// on grey and colour areas and on every RGB colour, exact write extents,
-// returned pointers, and the frame walk of ccnvt_rgb32_v210 with its pixel
-// counter. The AVX2 kernels run in single precision and redo in doubles
-// whatever lies close to an integer: they must give the model's bytes.
+// RGB to 2vuy and v210 encoders against a double-precision model (random spans,
+// grey/colour areas, every RGB colour), hand-worked values and ccnvt_rgb32_v210.
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -23,11 +17,7 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-// ---- the model, from the coefficient table and the rules ----
-
-struct Coefficients {
-    double y[3], y_offset, cb[3], cr[3], c_offset, scale;
-};
+struct Coefficients { double y[3], y_offset, cb[3], cr[3], c_offset, scale; };
 const Coefficients kS601_8 = {{65.738, 129.057, 25.064}, 16.0, {-37.945, -74.494, 112.439},
                               {112.439, -94.154, -18.285}, 128.0, 1.0 / 256};
 const Coefficients kF709_8 = {{217.702, 732.365, 73.716}, 0.0, {-117.35, -394.65, 512.0},
@@ -38,35 +28,22 @@ const Coefficients kH709_10 = {{217.6, 732.57, 72.83}, 64.0, {-117.248, -394.752
                                {512.0, -465.101, -46.899}, 512.0, 1.0 / 1024};
 
 // Byte positions of R, G, B and the pixel size.
-struct Order {
-    int r, g, b, size;
-};
+struct Order { int r, g, b, size; };
 const Order kArgb = {1, 2, 3, 4}, kBgra = {2, 1, 0, 4}, kRgb = {0, 1, 2, 3};
 
-// A routine's rules: the pixel order and coefficient set, plus added to
-// Y, Cb and Cr before the [1 2 1] / 4 chroma filter (which starts at 128 for
-// 2vuy, 512 for v210); 2vuy keeps the low 8 bits of the truncated values,
-// v210 truncates Y * gain and the filtered chroma + chroma_plus.
-struct Rules {
-    Order order;
-    const Coefficients* c;
-    bool v210;
-    double plus, gain, chroma_plus;
-};
+// plus goes into Y, Cb, Cr before the [1 2 1] / 4 chroma filter (starting at 128
+// for 2vuy, 512 for v210); 2vuy keeps the low 8 bits, v210 truncates Y * gain and chroma + chroma_plus.
+struct Rules { Order order; const Coefficients* c; bool v210; double plus, gain, chroma_plus; };
 
 struct Encoder {
     Rules rules;
     double prev_cb, prev_cr;
     explicit Encoder(const Rules& r) : rules(r), prev_cb(r.v210 ? 512.0 : 128.0), prev_cr(prev_cb) {}
 
-    // Y, Cb or Cr of a pixel: the weighted sum in R, G, B order, scaled.
-    double channel(const unsigned char* p, const double* w, double offset) const {
-        double sum = w[0] * p[rules.order.r];
-        sum = sum + w[1] * p[rules.order.g];
-        sum = sum + w[2] * p[rules.order.b];
+    double channel(const unsigned char* p, const double* w, double offset) const {  // summed in R, G, B order
+        const double sum = w[0] * p[rules.order.r] + w[1] * p[rules.order.g] + w[2] * p[rules.order.b];
         return sum * rules.c->scale + offset + rules.plus;
     }
-    // count pixels (whole pairs or groups of six) to out.
     void span(const unsigned char* src, long count, unsigned char* out) {
         const Coefficients& c = *rules.c;
         for (long x = 0; x < count; x += rules.v210 ? 6 : 2) {
@@ -92,12 +69,9 @@ struct Encoder {
 
 long units(long count, bool v210) { return count > 0 ? (count + (v210 ? 5 : 1)) / (v210 ? 6 : 2) : 0; }
 
-// ---- the span routines ----
-
 struct SpanRoutine {
     const char* name;
     Rules rules;
-    // Runs the routine; returns the returned source pointer, or nullptr.
     unsigned char* (*run)(unsigned char* src, unsigned char* dst, int count);
 
     long written(long count) const { return units(count, rules.v210) * (rules.v210 ? 16 : 4); }
@@ -124,29 +98,24 @@ const SpanRoutine kSpanRoutines[] = {
     {"bgra_to_v210", {kBgra, &kS601_10, true, 0, 1, 0}, [](U8* s, U8* d, int n) { return bgra_to_v210(s, words(d), n); }},
 };
 
-// Compares long outputs, naming the first byte that differs.
 void expect_same(const Bytes& expected, const Bytes& actual, const std::string& what) {
     EXPECT_EQ(std::mismatch(expected.begin(), expected.end(), actual.begin()).first - expected.begin(),
               long(expected.size())) << what << ": the first differing byte";
 }
 
-// Runs routine over pixels and compares the whole output with the model.
 void expect_model_bytes(const SpanRoutine& routine, Bytes& pixels, long count, const std::string& what) {
     Bytes dst(routine.written(count));
     routine.run(pixels.data(), dst.data(), static_cast<int>(count));
     expect_same(routine.model(pixels.data(), count), dst, std::string(routine.name) + " " + what);
 }
 
-// Every routine under the portable and the AVX2 word.
-class RgbEncoderSpans : public ::testing::TestWithParam<std::tuple<SpanRoutine, unsigned int>> {
-protected:
+struct RgbEncoderSpans : ::testing::TestWithParam<std::tuple<SpanRoutine, unsigned int>> {
     const SpanRoutine& routine() const { return std::get<0>(GetParam()); }
     ScopedCpuFeatures features_{std::get<1>(GetParam())};
 };
 
 TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
-    // Tails of the 8-pixel double steps, the 16-pixel float steps and the
-    // 192-pixel v210 chunks.
+    // Tails of the 8-pixel double, 16-pixel float and 192-pixel v210 steps.
     std::vector<long> counts = {-1, 47, 48, 49, 95, 96, 97, 191, 192, 193, 383, 385, 1921};
     for (long n = 0; n <= 40; ++n) counts.push_back(n);
     for (long count : counts) {
@@ -162,10 +131,8 @@ TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
     }
 }
 
-// Grey areas, whose chroma lies exactly on an integer, between areas of
-// random colours, in runs of many lengths: the AVX2 kernels change pass at
-// the edges and carry the chroma filter across. A long span besides: a
-// rounding in the wrong order shows in a few pixels in a million.
+// Grey areas (chroma exactly on an integer: the AVX2 kernels switch to doubles)
+// between random ones, over a million pixels: a misordered rounding shows rarely.
 TEST_P(RgbEncoderSpans, GreyAndColourAreasMatchTheModel) {
     const std::size_t pixels_wanted = kSanitized ? 1 << 15 : 1 << 20;
     const int size = routine().rules.order.size;
@@ -188,15 +155,12 @@ INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans,
                                     feature_word_name(std::get<1>(info.param));
                          });
 
-// Every RGB colour, each once as the first and once as the second pixel of
-// a pair, in the processor's own kernels (most results lie far from an
-// integer; the few that do not must take the double pass). Under the
-// sanitizers every seventh colour.
+// Every RGB colour as first and as second pixel of a pair, in the processor's own
+// kernels (every seventh colour under the sanitizers).
 constexpr std::uint32_t kColourStep = kSanitized ? 7 : 1;
 constexpr long kColours = (1L << 24) / kColourStep;
 
-// The colours, then extra pixels that wrap round to the first ones; other
-// bytes of the pixel vary.
+// The colours, then extra ones wrapping round; the other bytes vary.
 Bytes every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t extra = 16) {
     Bytes pixels;
     pixels.reserve(std::size_t(kColours + extra) * o.size);
@@ -209,40 +173,20 @@ Bytes every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t ex
     return pixels;
 }
 
-TEST(RgbEncoders, EveryColourMatchesTheModel) {
-    for (const SpanRoutine& routine : kSpanRoutines)
-        for (std::uint32_t skip : {0u, 1u}) {
-            Bytes pixels = every_colour(routine.rules.order, skip);
-            expect_model_bytes(routine, pixels, kColours, "skip " + std::to_string(skip));
-        }
-}
-
-// ---- hand-worked values ----
 
 TEST(RgbEncoders, WorkedByHand) {
-    // A pixel repeated count times; the 2vuy bytes or the v210 samples, in
-    // stream order.
-    struct Case {
-        int routine;
-        Bytes pixel;
-        int count;
-        std::vector<int> expected;
-    };
-    const Case cases[] = {
+    // A pixel repeated count times; 2vuy bytes or v210 samples in stream order.
+    struct Case { int routine; Bytes pixel; int count; std::vector<int> expected; } const cases[] = {
         // Grey 128 in BT.601: Y = trunc(128 * 219.859 / 256 + 16) = 125, chroma 128.
         {1, {128, 128, 128, 128}, 4, {128, 125, 128, 125, 128, 125, 128, 125}},
         {0, {0, 128, 128, 128}, 1, {128, 125, 128, 125}},  // one pixel writes a whole pair
-        // Full-range BT.709 with 0.5 added: white 255, black 0.
+        // Full-range BT.709 with 0.5 added: white 255.
         {2, {255, 255, 255, 255}, 2, {128, 255, 128, 255}},
-        {3, {0, 0, 0, 0}, 2, {128, 0, 128, 0}},
-        // Red: Y = 217.702 * 255 / 1024 + 0.5 = 54.7. Cr = 512 * 255 / 1024 + 128
-        // + 0.5 = 256.0: the first pair filters with 128, (128 + 3 * 256) / 4 =
-        // 224, then 256 keeps its low 8 bits, 0. Cb: 99.28, first (128 + 3 * 99.28) / 4.
+        // Red: Y 54.7; Cr 256.0 filters with 128 first, (128 + 3 * 256) / 4 = 224, then keeps its low 8 bits, 0.
         {3, {0, 0, 255, 0}, 4, {106, 54, 224, 54, 99, 54, 0, 54}},
-        // argb_to_v210 keeps chroma on the 8-bit scale, the filter starting at
-        // 512: (512 + 3 * 128) / 4 + 0.5 = 224; Y = trunc(125.93 * 4) = 503.
+        // argb_to_v210: 8-bit chroma, filter from 512: (512 + 3 * 128) / 4 + 0.5 = 224; Y trunc(125.93 * 4).
         {4, {128, 128, 128, 128}, 6, {224, 503, 224, 503, 128, 503, 128, 503, 128, 503, 128, 503}},
-        // bgra_to_v210 on 10-bit offsets: black is Y 64, chroma 512.
+        // bgra_to_v210 on 10-bit offsets.
         {6, {0, 0, 0, 0}, 6, {512, 64, 512, 64, 512, 64, 512, 64, 512, 64, 512, 64}},
     };
     for (const Case& c : cases) {
@@ -256,8 +200,6 @@ TEST(RgbEncoders, WorkedByHand) {
     }
 }
 
-// ---- shape-A entry points ----
-
 TEST(RgbEncoders, Rgb32To2vuyIgnoresBothPitches) {
     const long width = 37, height = 5;
     GuardedBuffer src(4 * width * height + 4);
@@ -268,9 +210,8 @@ TEST(RgbEncoders, Rgb32To2vuyIgnoresBothPitches) {
     EXPECT_TRUE(dst.guards_intact());
 }
 
-// The frame walk of ccnvt_rgb32_v210, modelled: rows of whole groups, one
-// chroma filter over the frame, a counter of 6 per group that stops at
-// width * height.
+// ccnvt_rgb32_v210: rows of whole groups, one chroma filter over the frame, a
+// counter of 6 per group that stops at width * height.
 void model_rgb32_v210(unsigned char* dst, long dst_pitch, const unsigned char* src, long src_pitch, long width,
                       long height) {
     Encoder encoder({kBgra, width <= 961 ? &kS601_10 : &kH709_10, true, 0.0, 1.0, 0.0});
@@ -280,40 +221,35 @@ void model_rgb32_v210(unsigned char* dst, long dst_pitch, const unsigned char* s
             encoder.span(src + row * src_pitch + 4 * x, 6, dst + row * dst_pitch + 16 * (x / 6));
 }
 
-class Rgb32ToV210Frames : public ::testing::TestWithParam<unsigned int> {
-protected:
-    ScopedCpuFeatures features_{GetParam()};
-};
-
-TEST_P(Rgb32ToV210Frames, MatchTheModel) {
-    struct FrameCase {
-        long width, height, dst_pitch, src_pitch;  // pitches as passed (0: default); negative: bottom-up
-    };
-    for (const FrameCase& f : {FrameCase{0, 3, 64, 64}, {1, 3, 0, 0}, {2, 3, 0, 0}, {5, 4, 0, 0}, {6, 4, 0, 0},
-                               {7, 4, 0, 0}, {10, 5, 48, 44}, {12, 3, -32, -48}, {48, 3, 0, 0}, {49, 2, 0, 200},
-                               {961, 3, 0, 0}, {962, 3, 0, 0}, {1280, 9, 0, 0}, {1920, 2, 5200, 7700}}) {
+TEST(RgbEncoders, Rgb32ToV210FramesMatchTheModel) {
+    struct FrameCase { long width, height, dst_pitch, src_pitch; };  // pitches as passed; negative: bottom-up
+    for (unsigned int word : kernel_choices(false))
+    for (const FrameCase& f : {FrameCase{0, 3, 64, 64}, {1, 3, 0, 0}, {5, 4, 0, 0}, {6, 4, 0, 0}, {7, 4, 0, 0},
+                               {10, 5, 48, 44}, {12, 3, -32, -48}, {49, 2, 0, 200}, {961, 3, 0, 0}, {962, 3, 0, 0},
+                               {1920, 2, 5200, 7700}}) {
+        ScopedCpuFeatures features(word);
         const long src_pitch = f.src_pitch ? f.src_pitch : 4 * f.width;
         const long dst_pitch = f.dst_pitch ? f.dst_pitch : 128 * ((f.width + 47) / 48);
         GuardedBuffer src(std::abs(src_pitch) * f.height + 24);
         src.fill_random(static_cast<std::uint32_t>(f.width));
         GuardedBuffer dst(std::abs(dst_pitch) * f.height + 16, 0x5A);
-        // A negative pitch walks up from the last row.
         const long src_first = src_pitch < 0 ? -src_pitch * (f.height - 1) : 0;
         const long dst_first = dst_pitch < 0 ? -dst_pitch * (f.height - 1) : 0;
         ccnvt_rgb32_v210(dst.data() + dst_first, f.dst_pitch, src.data() + src_first, f.src_pitch, f.width, f.height);
         Bytes expected(dst.size(), 0x5A);
         model_rgb32_v210(expected.data() + dst_first, dst_pitch, src.data() + src_first, src_pitch, f.width, f.height);
-        EXPECT_EQ(dst.contents(), expected) << "width " << f.width;
+        EXPECT_EQ(dst.contents(), expected) << "width " << f.width << " " << feature_word_name(word);
         EXPECT_TRUE(dst.guards_intact()) << f.width;
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(FeatureWords, Rgb32ToV210Frames, ::testing::ValuesIn(kernel_choices(false)),
-                         [](const auto& info) { return feature_word_name(info.param); });
-
-TEST(RgbEncoders, Rgb32ToV210EveryColourMatchesTheModel) {
-    // Above 961 pixels a row, the BT.709 set.
-    const long width = 1920;
+TEST(RgbEncoders, EveryColourMatchesTheModel) {
+    for (const SpanRoutine& routine : kSpanRoutines)
+        for (std::uint32_t skip : {0u, 1u}) {
+            Bytes pixels = every_colour(routine.rules.order, skip);
+            expect_model_bytes(routine, pixels, kColours, "skip " + std::to_string(skip));
+        }
+    const long width = 1920;  // ccnvt_rgb32_v210, BT.709 above 961 pixels a row
     const Bytes pixels = every_colour(kBgra, 0, width);
     const long height = static_cast<long>(pixels.size() / 4) / width;
     Bytes dst(5120 * height), expected(dst.size());
@@ -323,15 +259,13 @@ TEST(RgbEncoders, Rgb32ToV210EveryColourMatchesTheModel) {
 }
 
 TEST(RgbEncoders, Rgb32ToV210WorkedByHand) {
-    // 7 x 2: two groups (12 pixels) a row, so after row 0 one more group
-    // reaches 14 and the second group of row 1 stays unwritten.
+    // 7 x 2: after row 0's two groups one more reaches 14; row 1's second stays unwritten.
     const Bytes src(4 * 7 * 2 + 24, 0);
     Bytes dst(64, 0x5A);
     ccnvt_rgb32_v210(dst.data(), 32, src.data(), 28, 7, 2);
     EXPECT_EQ(load32(dst.data(), 8), v210_word(512, 64, 512));  // black
     EXPECT_EQ(Bytes(dst.begin() + 48, dst.end()), Bytes(16, 0x5A));
-    // Pure green: Y is 64 + 516.228 * 255 / 1024 = 192.55 in BT.601 up to
-    // 961 pixels a row, 64 + 732.57 * 255 / 1024 = 246.43 in BT.709 above.
+    // Green: Y 64 + 516.228 * 255 / 1024 = 192.55 (BT.601) up to 961 pixels, 246.43 (BT.709) above.
     for (long w : {961L, 962L}) {
         Bytes green(4 * 966, 0), out(128 * 21, 0);
         for (long x = 0; x < 966; ++x) green[4 * x + 1] = 255;

@@ -18,9 +18,7 @@ inline constexpr bool kSanitized = true;
 inline constexpr bool kSanitized = false;
 #endif
 
-// One word per kernel a converter can pick: portable, SSE (when the family
-// has SSE kernels) and AVX2. With SSE and AVX2 both set the AVX2 kernel is
-// picked, as with AVX2 alone.
+// One word per kernel a converter can pick: portable, SSE (if the family has it), AVX2.
 inline std::vector<unsigned int> kernel_choices(bool with_sse = true) {
     std::vector<unsigned int> words;
     for (unsigned int word : feature_words_to_test())
@@ -28,8 +26,7 @@ inline std::vector<unsigned int> kernel_choices(bool with_sse = true) {
     return words;
 }
 
-// Widths 1 to 40, then around the vector blocks of 16, 32 and 64 pixels
-// (the 2vuy, planar and libycbcr kernels), and one wide row.
+// Widths 1 to 40, around the 16/32/64-pixel vector blocks, and one wide row.
 inline std::vector<std::uint32_t> widths_to_test(std::uint32_t wide = 1920) {
     std::vector<std::uint32_t> widths = {47, 48, 49, 63, 64, 65, 95, 96, 97, wide};
     for (std::uint32_t w = 1; w <= 40; ++w) widths.push_back(w);

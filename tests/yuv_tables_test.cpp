@@ -1,9 +1,5 @@
-// Decoder lookup tables: entries and clips worked out by hand, and a single
-// fill under concurrent first use. (The decoders' tests sweep every entry
-// through a model of the rules.)
-//
-// The tables are internal to the library (not exported), so this test builds
-// its own instance of them from the library's source.
+// Decoder lookup tables (internal, so built here from the source): hand-worked
+// entries and clips, and one fill under concurrent first use.
 #include "ycbcr422/yuv_tables.cpp"
 
 #include <thread>
@@ -21,15 +17,10 @@ TEST(YuvTables, EntriesAndClipsWorkedByHand) {
     const struct {
         int actual, expected;
     } cases[] = {
-        {Atab[235], 4079},  {Atab[0], -298},          // 219 * 298.082 / 16 = 4079.997, -16 * 298.082 / 16
-        {BEtab[16][1], -3614}, {BEtab[16][0], 702},   // -112 * 516.411 / 16 toward zero, -112 * -100.291 / 16
-        {DCtab[240][0], 2860}, {DCtab[240][1], -1456},  // 112 * 408.583 / 16, 112 * -208.12 / 16
-        {clip10to8[255], 255}, {clip10to8[1023], 255},
-        {v210_Atab[940], 16319}, {v210_Atab[0], -1192},  // 876 * 1192.328 / 64 = 16319.489
-        {v210_BEtab[64][1], -14459}, {v210_BEtab[512][0], 0},  // -448 * 2065.644 / 64 = -14459.508
-        {v210_DCtab[960][0], 11440}, {v210_DCtab[960][1], -5827},  // 448 * 1634.332 / 64, 448 * -832.48 / 64
-        {v210_clip10to8[0], 0}, {v210_clip10to8[100 + 1024], 100}, {v210_clip10to8[1023 + 1024], 255},
-        // Sums in their units: 1/16 and 1/64 of an output step, arithmetic shifts.
+        {Atab[235], 4079}, {BEtab[16][1], -3614}, {DCtab[240][1], -1456},  // truncated toward zero
+        {clip10to8[1023], 255}, {v210_clip10to8[100 + 1024], 100}, {v210_clip10to8[1023 + 1024], 255},
+        {v210_Atab[940], 16319}, {v210_BEtab[64][1], -14459}, {v210_DCtab[960][1], -5827},
+        // Sums in 1/16 and 1/64 of an output step, arithmetic shifts.
         {clip_8bit_sum(-1), 0}, {clip_8bit_sum(4079), 254}, {clip_8bit_sum(16 * 300), 255},
         {clip_10bit_sum(-65), 0}, {clip_10bit_sum(64 * 77 + 63), 77}, {clip_10bit_sum(64 * 1000), 255},
     };

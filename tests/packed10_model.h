@@ -1,9 +1,6 @@
-// An independent model of the 10-bit transport layouts for the tests, written
-// from the rules rather than from the library's code: packed10 is a most-
-// significant-bit-first stream of 10-bit samples in 2vuy order; v210 keeps
-// three samples per little-endian word at bits 0, 10 and 20; 2vuy is the same
-// sample stream at eight bits. Also what the 10-bit suites share: field
-// placement, big-endian fields and a fixture run under every feature word.
+// A model of the 10-bit layouts written from the rules: packed10 is an MSB-first
+// stream of 10-bit samples in 2vuy order; v210 keeps three samples per
+// little-endian word at bits 0, 10, 20; 2vuy is that stream at eight bits.
 #ifndef CCONVERT_TESTS_PACKED10_MODEL_H
 #define CCONVERT_TESTS_PACKED10_MODEL_H
 

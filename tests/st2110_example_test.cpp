@@ -47,9 +47,7 @@ TEST(BroadcastExample, FramesCrossThePacketsUnchangedInEitherOrder) {
     for (unsigned width : {1280u, 1920u}) {
         const unsigned height = 8;
         const size_t pitch = 128 * ((width + 47) / 48);
-        // Random samples for the pixels; the unused fields of a last partial
-        // group, the row padding and bits 30-31 are 0, as a receiver that
-        // starts from a zeroed frame leaves them.
+        // Random samples; unused fields, row padding and bits 30-31 zero, as a zeroed receiver leaves them.
         auto sent = cconvert::test::random_bytes(pitch * height, width);
         for (size_t row = 0; row < height; ++row)
             for (size_t word = 0; word < pitch / 4; ++word) {

@@ -1,7 +1,5 @@
-// 2vuy <-> v210 repacking: hand-worked bytes, every kernel against the model
-// under every feature word with padded pitches, odd widths, whole-group spill
-// and in-place calls; the default pitches, guards, row order and
-// aliases (rows past 4 GiB: large_frames_test.cpp).
+// 2vuy <-> v210 repacking: hand-worked bytes, the model under every feature
+// word, default pitches, guards, row order (rows past 4 GiB: large_frames_test.cpp).
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -18,16 +16,10 @@ using namespace cconvert::test::model;
 namespace {
 
 // 2vuy bytes are the v210 sample stream at eight bits.
-Bytes model_2vuy_to_v210(const unsigned char* uyvy, std::size_t groups) {
-    return v210_from_samples(widen(uyvy, 12 * groups));
-}
+Bytes model_2vuy_to_v210(const unsigned char* uyvy, std::size_t groups) { return v210_from_samples(widen(uyvy, 12 * groups)); }
+Bytes model_v210_to_2vuy(const unsigned char* v210, std::size_t groups) { return narrow(samples_from_v210(v210, groups)); }
 
-Bytes model_v210_to_2vuy(const unsigned char* v210, std::size_t groups) {
-    return narrow(samples_from_v210(v210, groups));
-}
-
-// Every width up to ten groups (two four-group vector steps and tails), and
-// a few long rows.
+// Up to ten groups (two four-group vector steps and tails), and a few long rows.
 std::vector<std::uint32_t> repack_widths() {
     std::vector<std::uint32_t> widths;
     for (std::uint32_t w = 0; w <= 60; ++w) widths.push_back(w);
@@ -88,8 +80,7 @@ TEST_P(RepackKernels, BothWaysMatchTheModelAlsoInPlace) {
         ASSERT_EQ(v210.contents(), expected) << "to v210, width " << width;
         ASSERT_TRUE(v210.guards_intact()) << "width " << width;
 
-        // v210 (random, bits 30-31 too) to 2vuy writes each row's last group
-        // whole: the next row overwrites the spill, the last row's lands past the frame.
+        // Random v210 (bits 30-31 too) back: each row's last group spills whole (the last row's past the frame).
         v210.fill_random(width + 7);
         GuardedBuffer back(frame_bytes + 12, 0x5A);
         ccnvt_v210_2vuy(back.data(), v210.data(), width, height, static_cast<unsigned>(pitch));
@@ -116,7 +107,7 @@ TEST(V210Pitch, ZeroTakesEachDirectionsDefault) {
     const struct {
         std::uint32_t width;
         std::size_t writing, reading;
-    } defaults[] = {{1280, 3456, 3413}, {720, 1920, 1920}, {1920, 5120, 5120}, {3840, 10240, 10240}};
+    } defaults[] = {{1280, 3456, 3413}, {1920, 5120, 5120}};
     for (const auto& d : defaults) {
         GuardedBuffer uyvy(2 * d.width * 2 + 8), v210(d.writing * 2, 0x5A);
         uyvy.fill_random(d.width);
@@ -147,7 +138,7 @@ TEST(V210Guards, ZeroWidthOrHeightWritesNothing) {
 }
 
 TEST(V210Order, TwoVuyToV210WritesTheLastRowFirst) {
-    // Rows 8 bytes apart overlap: row 0, written last, covers half of row 1.
+    // Rows 8 bytes apart: row 0, written last, covers half of row 1.
     GuardedBuffer uyvy(24);
     uyvy.fill_random(77);
     GuardedBuffer v210(8 + 16, 0);

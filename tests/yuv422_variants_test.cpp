@@ -1,26 +1,23 @@
-// YUY2-ordered 8-bit 4:2:2 to 2vuy, 4:4:4 <-> 2vuy and the subsampling
-// entry points: hand-worked bytes, an independent model over every byte
-// value under every feature word, exact write extents, in-place calls and
-// round trips.
+// YUY2-ordered 4:2:2 to 2vuy (every byte value against a model under every
+// feature word), 4:4:4 <-> 2vuy and the subsampling stubs.
 #include <cstdint>
 #include <cstring>
 #include <functional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "cconvert/ycbcr422.h"
 #include "support/test_support.h"
+#include "tests/packed10_model.h"
 
 using cconvert::test::GuardedBuffer;
 using Bytes = std::vector<unsigned char>;
 
 namespace {
 
-// The rules as written: full-range luma to studio, offset chroma (0 counted
-// as 1) to studio, integer arithmetic; signed chroma is offset by 128 first.
+// Full-range luma and offset chroma (0 counted as 1; signed: +128 first) to studio.
 Bytes model_yuy2_to_2vuy(const unsigned char* source, int count, bool signed_chroma) {
     Bytes out(2 * std::size_t(count > 0 ? count : 0));
     for (int p = 0; p < count; ++p) {
@@ -32,29 +29,21 @@ Bytes model_yuy2_to_2vuy(const unsigned char* source, int count, bool signed_chr
     return out;
 }
 
-using SpanConverter = void (*)(unsigned char*, unsigned char*, int);
-
 struct Span {
     const char* name;
-    SpanConverter convert;
+    void (*convert)(unsigned char*, unsigned char*, int);
     bool signed_chroma;
 };
 
-// Each under every feature word: the vector kernel takes spans of 8 pixels or
-// more whose buffers do not overlap.
+// The vector kernel takes spans of 8 pixels or more whose buffers do not overlap.
 const Span kSpans[] = {{"yuv2_to_2vuy", yuv2_to_2vuy, true}, {"yuvs_to_2vuy", yuvs_to_2vuy, false}};
 
-class YuyOrderSpans : public ::testing::TestWithParam<std::tuple<Span, unsigned int>> {
-protected:
-    const Span& span() const { return std::get<0>(GetParam()); }
-    cconvert::test::ScopedCpuFeatures features_{std::get<1>(GetParam())};
-};
+class YuyOrderSpans : public cconvert::test::model::FeatureWordTest {};
 
 }  // namespace
 
 TEST_P(YuyOrderSpans, FollowTheModelForEveryByteAndWriteTwoBytesPerPixelAlsoInPlace) {
-    // 65536 pixels hold every (luma, chroma) combination once, in an order
-    // that varies both from pixel to pixel.
+    // Every (luma, chroma) combination once, both varying from pixel to pixel.
     const int all = 65536;
     GuardedBuffer source(2 * all);
     for (int i = 0; i < all; ++i) {
@@ -62,28 +51,23 @@ TEST_P(YuyOrderSpans, FollowTheModelForEveryByteAndWriteTwoBytesPerPixelAlsoInPl
         source[2 * i] = static_cast<unsigned char>(j >> 8);
         source[2 * i + 1] = static_cast<unsigned char>(j);
     }
-    for (int count : {-3, 0, 1, 2, 7, 8, 9, 15, 16, 17, 31, 32, 33, 1001, all}) {
-        GuardedBuffer destination(2 * all, 0x5A), in_place = source;
-        span().convert(source.data(), destination.data(), count);
-        Bytes expected = model_yuy2_to_2vuy(source.data(), count, span().signed_chroma);
-        const std::size_t converted = expected.size();
-        expected.resize(destination.size(), 0x5A);
-        ASSERT_EQ(destination.contents(), expected) << count;
-        ASSERT_TRUE(destination.guards_intact());
+    for (const Span& span : kSpans)
+        for (int count : {-3, 0, 1, 2, 7, 8, 9, 15, 16, 17, 31, 32, 33, 1001, all}) {
+            GuardedBuffer destination(2 * all, 0x5A), in_place = source;
+            span.convert(source.data(), destination.data(), count);
+            Bytes expected = model_yuy2_to_2vuy(source.data(), count, span.signed_chroma);
+            const std::size_t converted = expected.size();
+            expected.resize(destination.size(), 0x5A);
+            ASSERT_EQ(destination.contents(), expected) << span.name << " count " << count;
+            ASSERT_TRUE(destination.guards_intact());
 
-        span().convert(in_place.data(), in_place.data(), count);
-        ASSERT_EQ(Bytes(in_place.data(), in_place.data() + converted), Bytes(expected.begin(), expected.begin() + converted))
-            << "in place, count " << count;
-    }
+            span.convert(in_place.data(), in_place.data(), count);
+            ASSERT_EQ(Bytes(in_place.data(), in_place.data() + converted), Bytes(expected.begin(), expected.begin() + converted))
+                << span.name << " in place, count " << count;
+        }
 }
 
-INSTANTIATE_TEST_SUITE_P(Routines, YuyOrderSpans,
-                         ::testing::Combine(::testing::ValuesIn(kSpans),
-                                            ::testing::ValuesIn(cconvert::test::feature_words_to_test())),
-                         [](const auto& info) {
-                             return std::string(std::get<0>(info.param).name) + "_" +
-                                    cconvert::test::feature_word_name(std::get<1>(info.param));
-                         });
+CCNVT_UNDER_EVERY_FEATURE_WORD(YuyOrderSpans);
 
 TEST(YuyOrder, ByteValuesWorkedByHand) {
     // yuv2: luma 255, chroma signed 0; luma 0, chroma 0x7F; luma 128, chroma 0x80; luma 1, chroma 0x81.
@@ -97,8 +81,7 @@ TEST(YuyOrder, ByteValuesWorkedByHand) {
 }
 
 TEST(YuyOrder, OtherEntryPointsConvertTheSameSpans) {
-    // The frame entry points take width * height pixels as one span; the
-    // _to_v210 names write 2vuy too.
+    // Frames are one span of width * height pixels; the _to_v210 names write 2vuy too.
     const unsigned int width = 13, height = 5;
     const int count = width * height;
     GuardedBuffer source(2 * count);
@@ -132,11 +115,9 @@ TEST(Yuv444, PairsTakeTheFirstPixelsChromaAndGiveItToBoth) {
 }
 
 TEST(Yuv444, FramesAreOneSpanOfWholePairsEachWay) {
-    for (auto [width, height] : std::vector<std::pair<unsigned, unsigned>>{{0, 1}, {1, 1}, {2, 1}, {5, 1}, {7, 1},
-                                                                          {3, 3}, {64, 9}}) {
-        // ceil(width * height / 2) pairs each way.
+    for (auto [width, height] : std::vector<std::pair<unsigned, unsigned>>{{0, 1}, {1, 1}, {2, 1}, {7, 1}, {3, 3}, {64, 9}}) {
         const unsigned count = width * height;
-        const std::size_t pairs = (count + 1) / 2;
+        const std::size_t pairs = (count + 1) / 2;  // rounded up each way
         GuardedBuffer source(3 * count + 3), packed(2 * count + 8, 0x5A), full(3 * count + 9, 0x5A);
         source.fill_random(count);
         ccnvt_yuv444_yuv422_8(packed.data(), source.data(), width, height);

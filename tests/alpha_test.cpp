@@ -14,10 +14,6 @@ using namespace cconvert::test::walk;
 
 namespace {
 
-std::vector<unsigned char> bytes_of(std::initializer_list<int> values) {
-    return std::vector<unsigned char>(values.begin(), values.end());
-}
-
 std::vector<Walk> operations() {
     using R = Rows;
     using P = Pixels;

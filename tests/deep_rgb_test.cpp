@@ -130,35 +130,23 @@ TEST_P(DeepRgb, EveryDepthMatchesTheModel) {
 
 std::vector<unsigned char> words_le(std::initializer_list<unsigned> words) {
     std::vector<unsigned char> bytes;
-    for (unsigned w : words) {
-        bytes.push_back(static_cast<unsigned char>(w));
-        bytes.push_back(static_cast<unsigned char>(w >> 8));
-    }
+    for (unsigned w : words) bytes.insert(bytes.end(), {static_cast<unsigned char>(w), static_cast<unsigned char>(w >> 8)});
     return bytes;
 }
 
-std::vector<unsigned char> bytes_of(std::initializer_list<unsigned> values) {
-    return std::vector<unsigned char>(values.begin(), values.end());
-}
-
-TEST(DeepRgbValues, ReductionKeepsTheHighByteOrWrapsAboveTheDepth) {
-    const auto words = words_le({0x1234, 0xABCD, 0x00FF, 0xFF00});
-    std::vector<unsigned char> out(4, 0xEE);
-    ccnvt_rgba64_rgba32(out.data(), 4, words.data(), 8, 1, 1, 16);
-    EXPECT_EQ(out, bytes_of({0x12, 0xAB, 0x00, 0xFF}));
-    const auto ten = words_le({0x3FF, 0x400, 0x200, 0x003});
-    ccnvt_rgba64_rgba32(out.data(), 4, ten.data(), 8, 1, 1, 10);
-    EXPECT_EQ(out, bytes_of({0xFF, 0x00, 0x80, 0x00}));
-}
-
-TEST(DeepRgbValues, AlphaFillAndWidening) {
+// Reduction keeps the high byte, or wraps above the depth; the alpha fills; widening leaves zero low bits.
+TEST(DeepRgbValues, ReductionAlphaFillAndWidening) {
     const auto rgb48 = words_le({0x1100, 0x2200, 0x3300}), white = bytes_of({0xFF, 0xFF, 0xFF, 0x80});
     std::vector<unsigned char> out32(4, 0xEE), out64(8, 0xEE), out48(6);
+    ccnvt_rgba64_rgba32(out32.data(), 4, words_le({0x1234, 0xABCD, 0x00FF, 0xFF00}).data(), 8, 1, 1, 16);
+    EXPECT_EQ(out32, bytes_of({0x12, 0xAB, 0x00, 0xFF}));
+    ccnvt_rgba64_rgba32(out32.data(), 4, words_le({0x3FF, 0x400, 0x200, 0x003}).data(), 8, 1, 1, 10);
+    EXPECT_EQ(out32, bytes_of({0xFF, 0x00, 0x80, 0x00}));
     ccnvt_bgr48_rgba32(out32.data(), 4, rgb48.data(), 6, 1, 1, 16);  // alpha 0
     EXPECT_EQ(out32, bytes_of({0x33, 0x22, 0x11, 0x00}));
     ccnvt_rgb48_rgba64(out64.data(), 8, rgb48.data(), 6, 1, 1);  // alpha opaque
     EXPECT_EQ(out64, words_le({0x1100, 0x2200, 0x3300, 0xFFFF}));
-    ccnvt_rgba32_rgba64(out64.data(), 8, white.data(), 4, 1, 1, 10);  // zero low bits
+    ccnvt_rgba32_rgba64(out64.data(), 8, white.data(), 4, 1, 1, 10);
     EXPECT_EQ(out64, words_le({0x3FC, 0x3FC, 0x3FC, 0x200}));
     ccnvt_rgba32_bgr48(out48.data(), 6, bytes_of({1, 2, 3, 4}).data(), 4, 1, 1, 12);
     EXPECT_EQ(out48, words_le({0x30, 0x20, 0x10}));

@@ -144,10 +144,6 @@ TEST_P(SpanReorders, SeparateInPlaceAndOverlappingSpansMatchTheWalk) {
 INSTANTIATE_TEST_SUITE_P(FeatureWords, SpanReorders, ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 
-std::vector<unsigned char> bytes_of(std::initializer_list<int> values) {
-    return std::vector<unsigned char>(values.begin(), values.end());
-}
-
 std::vector<unsigned char> after_span(SpanFn reorder, std::vector<unsigned char> pixels) {
     reorder(reinterpret_cast<unsigned int*>(pixels.data()), reinterpret_cast<const unsigned int*>(pixels.data()),
             static_cast<unsigned int>(pixels.size() / 4));

@@ -117,6 +117,8 @@ inline std::pair<long, long> extent(const Walk& c, const Geometry& g, bool desti
     return {low, high};
 }
 
+inline std::vector<unsigned char> bytes_of(std::initializer_list<int> values) { return {values.begin(), values.end()}; }
+
 constexpr long kMargin = 40;  // bytes around every frame that must stay untouched
 
 struct Arena {

@@ -38,9 +38,7 @@ unsigned int* words(GuardedBuffer& frame, std::size_t offset = 0) {
 
 // ---- ccnvt_flip_vert ----
 
-// Row i from row rows - 1 - i, through two buffers or in place (row pairs
-// exchanged, the middle one kept); nothing for fewer than one row, or fewer
-// than two in place.
+// Row i from row rows - 1 - i, in place or not; nothing below one row (two in place).
 TEST(FlipVert, ReversesTheRowsInPlaceOrNot) {
     for (int rows : {-1, 0, 1, 2, 3, 4, 7})
         for (bool in_place : {false, true}) {

@@ -45,41 +45,34 @@ std::vector<DecoderCase> decoders() {
 
 // ---- streams ----
 
-class Stream {
-public:
+struct Stream {
+    std::vector<unsigned char> codes;
+    Stream& code(unsigned first, unsigned second) {
+        codes.push_back(static_cast<unsigned char>(first));
+        codes.push_back(static_cast<unsigned char>(second));
+        return *this;
+    }
     Stream& encoded(unsigned count, unsigned value) { return code(count, value); }
     Stream& end_of_line() { return code(0, 0); }
     Stream& end_of_bitmap() { return code(0, 1); }
     Stream& delta(unsigned right, unsigned up) { return code(0, 2).code(right, up); }
-    // n >= 3 indices, bytes or nibbles high first, padded to an even length.
+    // n >= 3 indices, bytes or nibbles high first, padded to an even length (the pad is never read).
     Stream& absolute(const std::vector<unsigned>& indices, int bits) {
         code(0, static_cast<unsigned>(indices.size()));
-        std::vector<unsigned char> literal;
+        const std::size_t start = codes.size();
         for (std::size_t i = 0; i < indices.size(); ++i)
             if (bits == 8 || i % 2 == 0)
-                literal.push_back(static_cast<unsigned char>(bits == 8 ? indices[i] : indices[i] << 4));
+                codes.push_back(static_cast<unsigned char>(bits == 8 ? indices[i] : indices[i] << 4));
             else
-                literal.back() = static_cast<unsigned char>(literal.back() | indices[i]);
-        if (literal.size() % 2) literal.push_back(0xEE);  // the pad byte is never read as a code
-        bytes_.insert(bytes_.end(), literal.begin(), literal.end());
+                codes.back() = static_cast<unsigned char>(codes.back() | indices[i]);
+        if ((codes.size() - start) % 2) codes.push_back(0xEE);
         return *this;
     }
-    const std::vector<unsigned char>& bytes() const { return bytes_; }
-
-private:
-    Stream& code(unsigned first, unsigned second) {
-        bytes_.push_back(static_cast<unsigned char>(first));
-        bytes_.push_back(static_cast<unsigned char>(second));
-        return *this;
-    }
-    std::vector<unsigned char> bytes_;
+    const std::vector<unsigned char>& bytes() const { return codes; }
 };
 
 // The index of pixel i of an encoded run.
-unsigned run_index(int bits, unsigned value, unsigned i) {
-    if (bits == 8) return value;
-    return i % 2 ? value & 15 : value >> 4;
-}
+unsigned run_index(int bits, unsigned value, unsigned i) { return bits == 8 ? value : i % 2 ? value & 15 : value >> 4; }
 
 // Random codes over `rows` rows: each row filled exactly, left short or overrun (runs crossing the row end);
 // ended by the last end of line, or an end of bitmap or a delta anywhere.

@@ -1,6 +1,5 @@
-// Alpha operations: hand-worked bytes, and each two-buffer operation as a
-// frame walk (pixels, or pairs of pixels for 2vuy) swept under every feature
-// word; the alpha plane's rows are width bytes whatever pitch is passed.
+// Alpha operations as frame walks (2vuy by pixel pairs; the alpha plane's
+// rows are width bytes whatever pitch is passed), and hand-worked bytes.
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -14,10 +13,6 @@
 using namespace cconvert::test::walk;
 
 namespace {
-
-std::vector<unsigned char> bytes_of(std::initializer_list<int> values) {
-    return std::vector<unsigned char>(values.begin(), values.end());
-}
 
 std::vector<Walk> operations() {
     using R = Rows;
@@ -88,43 +83,21 @@ TEST_P(AlphaOperations, SetAlphaWritesByte3OfTheFirstWidthPixelsOnly) {
         }
 }
 
-// ---- hand-worked bytes ----
-
-TEST(AlphaBytes, KeyBecomesAGreyPixelAndExtractionReadsByte0) {
-    const auto keys = bytes_of({0x80, 0x01});
-    std::vector<unsigned char> pixels(8);
-    EXPECT_EQ(0, ccnvt_alpha_to_rgba(pixels.data(), 8, keys.data(), 0, 2, 1));
+// Hand-worked bytes; the 2vuy pairs go to the ends of the rows.
+TEST(AlphaBytes, EachOperation) {
+    std::vector<unsigned char> pixels(8), key(1), group(12, 0xEE), keys(2);
+    EXPECT_EQ(0, ccnvt_alpha_to_rgba(pixels.data(), 8, bytes_of({0x80, 0x01}).data(), 0, 2, 1));
     EXPECT_EQ(pixels, bytes_of({0x80, 0x80, 0x80, 0x80, 1, 1, 1, 1}));
-    const auto rgba = bytes_of({0x11, 0x22, 0x33, 0x44});
-    unsigned char key = 0;
-    ccnvt_rgba_to_alpha(&key, 0, rgba.data(), 4, 1, 1);
-    EXPECT_EQ(key, 0x11);
-}
-
-TEST(AlphaBytes, SetAndAddWriteByte3) {
-    auto pixels = bytes_of({0x11, 0x22, 0x33, 0x44});
-    ccnvt_rgba_setalpha(pixels.data(), 4, 0xFF, 1, 1);
-    EXPECT_EQ(pixels, bytes_of({0x11, 0x22, 0x33, 0xFF}));
+    ccnvt_rgba_to_alpha(key.data(), 0, bytes_of({0x11, 0x22, 0x33, 0x44}).data(), 4, 1, 1);
+    EXPECT_EQ(key, bytes_of({0x11}));
     ccnvt_rgba_addalpha(bytes_of({0x11, 0x22, 0x33}).data(), pixels.data(), 3, 4, 0x7F, 1, 1);
-    EXPECT_EQ(pixels, bytes_of({0x11, 0x22, 0x33, 0x7F}));
-}
-
-TEST(AlphaBytes, TwoVuyPairs) {
-    std::vector<unsigned char> group(4), keys(2), stripped(4);
-    ccnvt_alphay_to_2yuv(group.data(), 4, bytes_of({0x10, 0x20}).data(), 2, 2, 1);
-    EXPECT_EQ(group, bytes_of({0x80, 0x10, 0x80, 0x20}));
+    EXPECT_EQ(pixels, bytes_of({0x11, 0x22, 0x33, 0x7F, 1, 1, 1, 1}));
+    ccnvt_alphay_to_2yuv(group.data(), 12, bytes_of({9, 9, 1, 2, 3, 4}).data(), 6, 4, 1);
+    EXPECT_EQ(group, bytes_of({0xEE, 0xEE, 0xEE, 0xEE, 0x80, 1, 0x80, 2, 0x80, 3, 0x80, 4}));
     ccnvt_2yuv_to_alphay(keys.data(), 2, bytes_of({0x33, 0x44, 0x55, 0x66}).data(), 4, 2, 1);
     EXPECT_EQ(keys, bytes_of({0x44, 0x66}));
-    ccnvt_2yuv_strip_chroma(stripped.data(), 4, bytes_of({0x33, 0x44, 0x55, 0x66}).data(), 4, 2, 1);
-    EXPECT_EQ(stripped, bytes_of({0x80, 0x44, 0x80, 0x66}));
-}
-
-TEST(AlphaBytes, AlphaTo2vuyTakesAndPutsPairsAtTheEndsOfTheRows) {
-    // Width 4, source rows of 6 bytes, destination rows of 12: alpha offsets
-    // 2-5 become destination offsets 4-11.
-    std::vector<unsigned char> row(12, 0xEE);
-    ccnvt_alphay_to_2yuv(row.data(), 12, bytes_of({9, 9, 1, 2, 3, 4}).data(), 6, 4, 1);
-    EXPECT_EQ(row, bytes_of({0xEE, 0xEE, 0xEE, 0xEE, 0x80, 1, 0x80, 2, 0x80, 3, 0x80, 4}));
+    ccnvt_2yuv_strip_chroma(group.data(), 4, bytes_of({0x33, 0x44, 0x55, 0x66}).data(), 4, 2, 1);
+    EXPECT_EQ(std::vector<unsigned char>(group.begin(), group.begin() + 4), bytes_of({0x80, 0x44, 0x80, 0x66}));
 }
 
 }  // namespace

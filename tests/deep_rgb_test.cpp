@@ -1,7 +1,6 @@
-// 48- and 64-bit RGB converters: each described once, as the shapes of its
-// pixels, which input unit each output unit comes from, which way the depth
-// shift goes and what is or-ed in, and swept as a frame walk under every
-// feature word; the span reorder against its tables; hand-worked values.
+// 48- and 64-bit RGB converters as frame walks (pixel shapes, the input unit
+// of each output unit, the depth shift, what is or-ed in); the span reorder
+// against its tables; hand-worked values.
 #include <array>
 #include <cstdint>
 #include <string>
@@ -87,12 +86,8 @@ unsigned read_unit(const Shape& shape, const unsigned char* pixel, int unit) {
 }
 
 void write_unit(const Shape& shape, unsigned char* pixel, int unit, unsigned value) {
-    if (shape.unit_bytes == 1) {
-        pixel[unit] = static_cast<unsigned char>(value);
-    } else {
-        pixel[2 * unit] = static_cast<unsigned char>(value);
-        pixel[2 * unit + 1] = static_cast<unsigned char>(value >> 8);
-    }
+    pixel[shape.unit_bytes * unit] = static_cast<unsigned char>(value);
+    if (shape.unit_bytes == 2) pixel[2 * unit + 1] = static_cast<unsigned char>(value >> 8);
 }
 
 Walk walk_of(const Converter& c, int bits) {
@@ -111,8 +106,7 @@ Walk walk_of(const Converter& c, int bits) {
             c.in.bytes(), c.out.bytes(), c.rows, c.pixels, c.guard, pixel};
 }
 
-// Depths 10 (a shift within the bytes) and 16 (a whole byte) by turns, so
-// that every pair of shapes meets both; the depth sweep below takes the rest.
+// Depths 10 and 16 by turns; the depth sweep below takes the rest.
 std::vector<Walk> walks() {
     std::vector<Walk> walks;
     for (const Converter& c : converters()) walks.push_back(walk_of(c, walks.size() % 2 ? 16 : 10));
@@ -121,13 +115,12 @@ std::vector<Walk> walks() {
 
 CCNVT_FRAME_WALK_SWEEPS(DeepRgb, walks());
 
-// Every shift from 0 to 17 (16 and more clear a word), and depths below 8
-// or above 39 that wrap around 32; 29 pixels run every block size and a tail.
+// Shifts 0 to 17 (16 and more clear a word), depths that wrap around 32; 29 pixels: every block and a tail.
 TEST_P(DeepRgb, EveryDepthMatchesTheModel) {
     const cconvert::test::ScopedCpuFeatures features(GetParam());
     std::uint32_t seed = 50;
     for (const Converter& c : converters())
-        for (int bits : {-2, 0, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 39, 40, 42}) {
+        for (int bits : {-2, 7, 8, 9, 11, 12, 15, 16, 17, 24, 25, 40}) {
             expect_matches_model(walk_of(c, bits), {29, 2, c.out.bytes() * 29 + 2, c.in.bytes() * 29}, seed++);
             if (HasFatalFailure()) return;
         }
@@ -137,62 +130,32 @@ TEST_P(DeepRgb, EveryDepthMatchesTheModel) {
 
 std::vector<unsigned char> words_le(std::initializer_list<unsigned> words) {
     std::vector<unsigned char> bytes;
-    for (unsigned w : words) {
-        bytes.push_back(static_cast<unsigned char>(w));
-        bytes.push_back(static_cast<unsigned char>(w >> 8));
-    }
+    for (unsigned w : words) bytes.insert(bytes.end(), {static_cast<unsigned char>(w), static_cast<unsigned char>(w >> 8)});
     return bytes;
 }
 
-std::vector<unsigned char> bytes_of(std::initializer_list<unsigned> values) {
-    return std::vector<unsigned char>(values.begin(), values.end());
-}
-
-TEST(DeepRgbValues, ReductionKeepsTheHighByteOrWrapsAboveTheDepth) {
-    const auto words = words_le({0x1234, 0xABCD, 0x00FF, 0xFF00});
-    std::vector<unsigned char> out(4, 0xEE);
-    ccnvt_rgba64_rgba32(out.data(), 4, words.data(), 8, 1, 1, 16);
-    EXPECT_EQ(out, bytes_of({0x12, 0xAB, 0x00, 0xFF}));
-    const auto ten = words_le({0x3FF, 0x400, 0x200, 0x003});
-    ccnvt_rgba64_rgba32(out.data(), 4, ten.data(), 8, 1, 1, 10);
-    EXPECT_EQ(out, bytes_of({0xFF, 0x00, 0x80, 0x00}));
-}
-
-TEST(DeepRgbValues, Rgb48ToRgba32WritesAlphaZeroAndRgb48ToRgba64WritesOpaque) {
-    const auto rgb48 = words_le({0x1100, 0x2200, 0x3300});
-    std::vector<unsigned char> out32(4, 0xEE), out64(8, 0xEE);
-    ccnvt_rgb48_rgba32(out32.data(), 4, rgb48.data(), 6, 1, 1, 16);
-    EXPECT_EQ(out32, bytes_of({0x11, 0x22, 0x33, 0x00}));
-    ccnvt_bgr48_rgba32(out32.data(), 4, rgb48.data(), 6, 1, 1, 16);
+// Reduction keeps the high byte, or wraps above the depth; the alpha fills; widening leaves zero low bits.
+TEST(DeepRgbValues, ReductionAlphaFillAndWidening) {
+    const auto rgb48 = words_le({0x1100, 0x2200, 0x3300}), white = bytes_of({0xFF, 0xFF, 0xFF, 0x80});
+    std::vector<unsigned char> out32(4, 0xEE), out64(8, 0xEE), out48(6);
+    ccnvt_rgba64_rgba32(out32.data(), 4, words_le({0x1234, 0xABCD, 0x00FF, 0xFF00}).data(), 8, 1, 1, 16);
+    EXPECT_EQ(out32, bytes_of({0x12, 0xAB, 0x00, 0xFF}));
+    ccnvt_rgba64_rgba32(out32.data(), 4, words_le({0x3FF, 0x400, 0x200, 0x003}).data(), 8, 1, 1, 10);
+    EXPECT_EQ(out32, bytes_of({0xFF, 0x00, 0x80, 0x00}));
+    ccnvt_bgr48_rgba32(out32.data(), 4, rgb48.data(), 6, 1, 1, 16);  // alpha 0
     EXPECT_EQ(out32, bytes_of({0x33, 0x22, 0x11, 0x00}));
-    ccnvt_rgb48_rgba64(out64.data(), 8, rgb48.data(), 6, 1, 1);
+    ccnvt_rgb48_rgba64(out64.data(), 8, rgb48.data(), 6, 1, 1);  // alpha opaque
     EXPECT_EQ(out64, words_le({0x1100, 0x2200, 0x3300, 0xFFFF}));
-    ccnvt_bgr48_rgba64(out64.data(), 8, rgb48.data(), 6, 1, 1);
-    EXPECT_EQ(out64, words_le({0x3300, 0x2200, 0x1100, 0xFFFF}));
-}
-
-TEST(DeepRgbValues, WideningShiftsWithZeroLowBits) {
-    const auto white = bytes_of({0xFF, 0xFF, 0xFF, 0x80}), pixel = bytes_of({1, 2, 3, 4});
-    std::vector<unsigned char> out(8), out48(6);
-    ccnvt_rgba32_rgba64(out.data(), 8, white.data(), 4, 1, 1, 16);
-    EXPECT_EQ(out, words_le({0xFF00, 0xFF00, 0xFF00, 0x8000}));
-    ccnvt_rgba32_rgba64(out.data(), 8, white.data(), 4, 1, 1, 10);
-    EXPECT_EQ(out, words_le({0x3FC, 0x3FC, 0x3FC, 0x200}));
-    ccnvt_rgba32_argb64(out.data(), 8, pixel.data(), 4, 1, 1, 8);
-    EXPECT_EQ(out, words_le({4, 1, 2, 3}));
-    ccnvt_bgra32_rgba64(out.data(), 8, pixel.data(), 4, 1, 1, 8);
-    EXPECT_EQ(out, words_le({3, 2, 1, 4}));
-    ccnvt_rgba32_bgr48(out48.data(), 6, pixel.data(), 4, 1, 1, 12);
+    ccnvt_rgba32_rgba64(out64.data(), 8, white.data(), 4, 1, 1, 10);
+    EXPECT_EQ(out64, words_le({0x3FC, 0x3FC, 0x3FC, 0x200}));
+    ccnvt_rgba32_bgr48(out48.data(), 6, bytes_of({1, 2, 3, 4}).data(), 4, 1, 1, 12);
     EXPECT_EQ(out48, words_le({0x30, 0x20, 0x10}));
 }
 
 TEST(DeepRgbValues, WideningThenReducingWithTheSameBitsGivesTheBytesBack) {
     const auto frame = cconvert::test::random_bytes(4 * 37 * 3, 5);
-    for (int bits : {8, 10, 12, 16}) {
+    for (int bits : {8, 10, 16}) {
         std::vector<unsigned char> deep(8 * 37 * 3), back(frame.size());
-        ccnvt_rgba32_rgba64(deep.data(), 8 * 37, frame.data(), 4 * 37, 37, 3, bits);
-        ccnvt_rgba64_rgba32(back.data(), 4 * 37, deep.data(), 8 * 37, 37, 3, bits);
-        EXPECT_EQ(back, frame) << bits;
         ccnvt_rgba32_argb64(deep.data(), 8 * 37, frame.data(), 4 * 37, 37, 3, bits);
         ccnvt_argb64_rgba32(back.data(), 4 * 37, deep.data(), 8 * 37, 37, 3, bits);
         EXPECT_EQ(back, frame) << bits;
@@ -200,19 +163,14 @@ TEST(DeepRgbValues, WideningThenReducingWithTheSameBitsGivesTheBytesBack) {
 }
 
 TEST(DeepRgbValues, BigEndianModes) {
-    // Big-endian words p0..p3 = 0xA0A1, 0xB0B1, 0xC0C1, 0xD0D1.
     const auto be = bytes_of({0xA0, 0xA1, 0xB0, 0xB1, 0xC0, 0xC1, 0xD0, 0xD1});
     std::vector<unsigned char> out48(6), out24(3), out64(8), out32(4);
-    ccnvt_argb64be_rgb48(out48.data(), 6, be.data(), 8, 1, 1, 0, 0);
-    EXPECT_EQ(out48, words_le({0xD0D1, 0xC0C1, 0xB0B1}));
     ccnvt_argb64be_rgb48(out48.data(), 6, be.data(), 8, 1, 1, 0, 2);
     EXPECT_EQ(out48, words_le({0xB0B1, 0xC0C1, 0xD0D1}));
     ccnvt_argb64be_rgb24(out24.data(), 3, be.data(), 8, 1, 1, 16, 0);
     EXPECT_EQ(out24, bytes_of({0xD0, 0xC0, 0xB0}));
     ccnvt_argb64be_rgb24(out24.data(), 3, be.data(), 8, 1, 1, 12, 2);
     EXPECT_EQ(out24, bytes_of({0x0B, 0x0C, 0x0D}));
-    ccnvt_argb64be_rgba64(out64.data(), 8, be.data(), 8, 1, 1, 0, 0);
-    EXPECT_EQ(out64, words_le({0xD0D1, 0xC0C1, 0xB0B1, 0xA0A1}));
     ccnvt_argb64be_rgba64(out64.data(), 8, be.data(), 8, 1, 1, 0, 1);
     EXPECT_EQ(out64, words_le({0xC0C1, 0xB0B1, 0xA0A1, 0xD0D1}));
     ccnvt_argb64be_rgba32(out32.data(), 4, be.data(), 8, 1, 1, 16, 3);
@@ -271,7 +229,7 @@ TEST_P(ArgbReorder, EveryOrderPairAndWordCountMatchesTheTables) {
             for (int source_order = 0; source_order < 4; ++source_order)
                 for (int destination_order = 0; destination_order < 4; ++destination_order) {
                     const Walk walk = reorder_walk(source_order, destination_order, source_bits, destination_bits);
-                    for (long count : {1L, 6L, 7L, 21L, 70L, 1921L}) {
+                    for (long count : {1L, 6L, 7L, 21L, 1921L}) {
                         expect_matches_model(walk, {count, 1, 0, 0}, seed += 2);
                         for (long shift : {-10L, -2L, 0L, 2L, 10L})
                             expect_overlap_matches_model(walk, {count, 1, 0, 0}, shift, seed++);
@@ -283,24 +241,16 @@ TEST_P(ArgbReorder, EveryOrderPairAndWordCountMatchesTheTables) {
 INSTANTIATE_TEST_SUITE_P(FeatureWords, ArgbReorder, ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 
-TEST(ArgbReorderValues, ThreeWordSourceGetsAZeroFourthWord) {
-    const std::uint16_t source[3] = {0x1111, 0x2222, 0x3333};
-    std::vector<std::uint16_t> destination(4, 0xEEEE);
-    ccnvt_argb64_reorder(destination.data(), source, 1, 1, 0, 0, 48, 64);
-    EXPECT_EQ(destination, (std::vector<std::uint16_t>{0x1111, 0x2222, 0x3333, 0}));
-    ccnvt_argb64_reorder(destination.data(), source, 1, 1, 2, 1, 48, 64);
-    EXPECT_EQ(destination, (std::vector<std::uint16_t>{0, 0x3333, 0x2222, 0x1111}));
-}
-
-TEST(ArgbReorderValues, OrdersOutsideTheTablesAndEmptyRunsWriteNothing) {
-    const std::uint16_t source[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+TEST(ArgbReorderValues, ZeroFourthWordAndOrdersOutsideTheTables) {
+    const std::uint16_t three[3] = {0x1111, 0x2222, 0x3333}, source[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     std::vector<std::uint16_t> destination(8);
+    ccnvt_argb64_reorder(destination.data(), three, 1, 1, 2, 1, 48, 64);
+    EXPECT_EQ(destination, (std::vector<std::uint16_t>{0, 0x3333, 0x2222, 0x1111, 0, 0, 0, 0}));
     for (auto [so, dso, w, h] : {std::array{4, 0, 2, 1}, {0, 4, 2, 1}, {-1, 0, 2, 1}, {0, -1, 2, 1}, {0, 0, 0, 5},
                                  {0, 0, 3, 0}, {0, 0, -2, 1}})
         ccnvt_argb64_reorder(destination.data(), source, w, h, so, dso, 64, 64);
-    EXPECT_EQ(destination, std::vector<std::uint16_t>(8, 0));
-    ccnvt_argb64_reorder(destination.data(), source, 1, 1, 0, 3, 64, 64);
-    EXPECT_EQ(destination, (std::vector<std::uint16_t>{4, 3, 2, 1, 0, 0, 0, 0}));
+    ccnvt_argb64_reorder(destination.data() + 4, source, 1, 1, 0, 3, 64, 64);
+    EXPECT_EQ(destination, (std::vector<std::uint16_t>{0, 0x3333, 0x2222, 0x1111, 4, 3, 2, 1}));
 }
 
 }  // namespace

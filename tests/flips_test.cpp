@@ -38,9 +38,7 @@ unsigned int* words(GuardedBuffer& frame, std::size_t offset = 0) {
 
 // ---- ccnvt_flip_vert ----
 
-// Row i from row rows - 1 - i, through two buffers or in place (row pairs
-// exchanged, the middle one kept); nothing for fewer than one row, or fewer
-// than two in place.
+// Row i from row rows - 1 - i, in place or not; nothing below one row (two in place).
 TEST(FlipVert, ReversesTheRowsInPlaceOrNot) {
     for (int rows : {-1, 0, 1, 2, 3, 4, 7})
         for (bool in_place : {false, true}) {
@@ -65,7 +63,7 @@ TEST(FlipVertFlags, AlignmentCodesPlaceSourceRowsOf7InDestinationRowsOf10) {
         std::size_t left, right;
     };
     for (const Margins c : {Margins{0x1000000, 3, 0}, {0x2000000, 0, 3}, {0x4000000, 2, 1}, {0x8000000, 1, 2},
-                            {0x0000000, 0, 0}, {0x3000000, 0, 0}, {0xF000000, 0, 0}})
+                            {0x0000000, 0, 0}, {0x3000000, 0, 0}})
         for (unsigned int keep_margins : {0u, 1u}) {
             GuardedBuffer source = numbered_rows(3, 7), destination(3 * 10, 0xEE);
             // Bits outside 24-27 do not count.
@@ -83,9 +81,8 @@ TEST(FlipVertFlags, AlignmentCodesPlaceSourceRowsOf7InDestinationRowsOf10) {
         }
 }
 
+// Source rows of 6 into destination rows of 4: each copy moves 6 bytes, the last runs 2 past.
 TEST(FlipVertFlags, LongerSourceRowsRunIntoTheNextRow) {
-    // Source rows of 6 bytes into destination rows of 4: each copy moves 6
-    // bytes, the next row overwrites the overrun, the last one runs 2 past.
     GuardedBuffer source = numbered_rows(3, 6), destination(3 * 4 + 2, 0xEE);
     ccnvt_flip_vert_flags(destination.data(), source.data(), 0, 0, 3, 4, 6, 0x4000000, 0);
     auto expected = rows_of({0x12, 0x11, 0x10, 0x10}, 4);
@@ -94,18 +91,15 @@ TEST(FlipVertFlags, LongerSourceRowsRunIntoTheNextRow) {
     EXPECT_TRUE(destination.guards_intact());
 }
 
+// Rows of 10 bytes, 7 of picture; centred code: L = 2, R = 1. Row 0 gets
+// its margins cleared, then row 2's first 7 bytes; the middle row stays.
 TEST(FlipVertFlags, InPlaceMovesContentToOffsetZeroAndClearsMargins) {
-    // Rows 10 bytes apart holding 7 bytes of picture and 3 of old margin;
-    // centred code 0x4000000: L = 2, R = 1 (offset 9).
     GuardedBuffer frame(3 * 10);
     for (int r = 0; r < 3; ++r)
         for (int k = 0; k < 10; ++k) frame[r * 10 + k] = static_cast<unsigned char>(0x10 * (r + 1) + k);
     ccnvt_flip_vert_flags(frame.data(), frame.data(), 0, 0, 3, 10, 7, 0x4000000, 0);
-    // Row 0: margins of old row 0 cleared, then it takes row 2's first 7 bytes at offset 0.
     EXPECT_EQ(row_of(frame, 0, 10), rows_of({0x30, 0x31, 0x32, 0x33, 0x34, 0x35, 0x36, 0x17, 0x18, 0x00}, 1));
-    // Row 1, the middle, is untouched.
     EXPECT_EQ(row_of(frame, 10, 10), rows_of({0x20, 0x21, 0x22, 0x23, 0x24, 0x25, 0x26, 0x27, 0x28, 0x29}, 1));
-    // Row 2: the whole of old row 0 with its margins cleared.
     EXPECT_EQ(row_of(frame, 20, 10), rows_of({0x00, 0x00, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x00}, 1));
 }
 
@@ -121,8 +115,7 @@ TEST(FlipVertFlags, NoRowsOrOneRowInPlaceDoNothing) {
 
 class FlipHorzKernels : public ::testing::TestWithParam<unsigned int> {};
 
-// Widths 1 to 40 leave every tail of the vector blocks and of the two ends
-// meeting in place; 64, 65 and 1921 run the blocks many times.
+// Widths 1 to 40: every tail of the blocks and of the two ends meeting in place.
 TEST_P(FlipHorzKernels, MirrorPixelsOfEveryRowInPlaceOrNot) {
     const ScopedCpuFeatures features(GetParam());
     std::vector<std::uint32_t> widths = {64, 65, 1921};
@@ -134,22 +127,19 @@ TEST_P(FlipHorzKernels, MirrorPixelsOfEveryRowInPlaceOrNot) {
         std::memcpy(in_place.data(), source.data(), source.size());
         ccnvt_flip_horz(words(mirrored), words(source), width, rows, row_bytes);
         ccnvt_flip_horz(words(in_place), words(in_place), width, rows, row_bytes);
-        auto expected = source.contents(), expected_mirrored = std::vector<unsigned char>(source.size(), 0xEE);
+        auto expected = source.contents();
         for (int r = 0; r < rows; ++r)
-            for (std::uint32_t k = 0; k < width; ++k) {
-                const std::size_t to = r * row_bytes + 4 * k, from = r * row_bytes + 4 * (width - 1 - k);
-                std::memcpy(&expected[to], source.data() + from, 4);
-                std::memcpy(&expected_mirrored[to], source.data() + from, 4);
-            }
-        ASSERT_EQ(mirrored.contents(), expected_mirrored) << "width " << width;
+            for (std::uint32_t k = 0; k < width; ++k)
+                std::memcpy(&expected[r * row_bytes + 4 * k], source.data() + r * row_bytes + 4 * (width - 1 - k), 4);
         ASSERT_EQ(in_place.contents(), expected) << "in place, width " << width;
+        for (int r = 0; r < rows; ++r) std::memset(&expected[r * row_bytes + 4 * width], 0xEE, 6);
+        ASSERT_EQ(mirrored.contents(), expected) << "width " << width;
         ASSERT_TRUE(mirrored.guards_intact() && in_place.guards_intact());
     }
 }
 
+// Destination one pixel after the source: pixels written are read again later.
 TEST_P(FlipHorzKernels, OverlappingRowsGoFrontToBack) {
-    // Destination one pixel after the source: each pixel written is read
-    // again later, as the front-to-back loop defines.
     const ScopedCpuFeatures features(GetParam());
     const std::uint32_t width = 40;
     GuardedBuffer buffer(4 * (width + 1));
@@ -178,7 +168,6 @@ TEST(FlipHorz, WidthOneInPlaceReturnsAndOutOfPlaceCopies) {
 }
 
 TEST(FlipHorz, NegativeRowBytesWalkUpwards) {
-    // Start at the last row with a negative pitch: rows are visited bottom-up.
     GuardedBuffer source(2 * 8), destination(2 * 8, 0);
     source.fill_random(11);
     ccnvt_flip_horz(words(destination, 8), words(source, 8), 2, 2, -8);

@@ -1,9 +1,6 @@
-// Palette and run-length decoding.
-//
-// Random streams of every code type (runs that cross the row end, early ends
-// of line, deltas, odd absolute runs) against a scalar decoder written here
-// from the rules, bytes around the frame included; hand-worked streams; the
-// palette lookup as a frame walk.
+// Run-length decoding: random streams of every code type against a model
+// decoder, bytes around the frame included; hand-worked streams. The palette
+// lookup as a frame walk.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -30,9 +27,8 @@ using Decoder = void (*)(void*, long, const void*, long, long, long, const void*
 struct DecoderCase {
     std::string name;
     Decoder decode;
-    int index_bits;   // 4 or 8
-    int pixel_bytes;  // 3 (rgb24, 3-byte palette entries) or 4 (rgba32, 4-byte entries)
-    bool clips;       // pixels beyond the width are dropped
+    int index_bits, pixel_bytes;  // 4 or 8; 3 or 4, as the palette entries
+    bool clips;                   // pixels beyond the width are dropped
     bool start_from_signed_height;
 };
 
@@ -49,49 +45,37 @@ std::vector<DecoderCase> decoders() {
 
 // ---- streams ----
 
-class Stream {
-public:
+struct Stream {
+    std::vector<unsigned char> codes;
+    Stream& code(unsigned first, unsigned second) {
+        codes.push_back(static_cast<unsigned char>(first));
+        codes.push_back(static_cast<unsigned char>(second));
+        return *this;
+    }
     Stream& encoded(unsigned count, unsigned value) { return code(count, value); }
     Stream& end_of_line() { return code(0, 0); }
     Stream& end_of_bitmap() { return code(0, 1); }
     Stream& delta(unsigned right, unsigned up) { return code(0, 2).code(right, up); }
-    // n >= 3 indices, bytes or nibbles high first, padded to an even length.
+    // n >= 3 indices, bytes or nibbles high first, padded to an even length (the pad is never read).
     Stream& absolute(const std::vector<unsigned>& indices, int bits) {
         code(0, static_cast<unsigned>(indices.size()));
-        std::vector<unsigned char> literal;
-        for (std::size_t i = 0; i < indices.size(); ++i) {
-            if (bits == 8)
-                literal.push_back(static_cast<unsigned char>(indices[i]));
-            else if (i % 2 == 0)
-                literal.push_back(static_cast<unsigned char>(indices[i] << 4));
+        const std::size_t start = codes.size();
+        for (std::size_t i = 0; i < indices.size(); ++i)
+            if (bits == 8 || i % 2 == 0)
+                codes.push_back(static_cast<unsigned char>(bits == 8 ? indices[i] : indices[i] << 4));
             else
-                literal.back() = static_cast<unsigned char>(literal.back() | indices[i]);
-        }
-        if (literal.size() % 2) literal.push_back(0xEE);  // the pad byte is never read as a code
-        bytes_.insert(bytes_.end(), literal.begin(), literal.end());
+                codes.back() = static_cast<unsigned char>(codes.back() | indices[i]);
+        if ((codes.size() - start) % 2) codes.push_back(0xEE);
         return *this;
     }
-    const std::vector<unsigned char>& bytes() const { return bytes_; }
-
-private:
-    Stream& code(unsigned first, unsigned second) {
-        bytes_.push_back(static_cast<unsigned char>(first));
-        bytes_.push_back(static_cast<unsigned char>(second));
-        return *this;
-    }
-    std::vector<unsigned char> bytes_;
+    const std::vector<unsigned char>& bytes() const { return codes; }
 };
 
 // The index of pixel i of an encoded run.
-unsigned run_index(int bits, unsigned value, unsigned i) {
-    if (bits == 8) return value;
-    return i % 2 ? value & 15 : value >> 4;
-}
+unsigned run_index(int bits, unsigned value, unsigned i) { return bits == 8 ? value : i % 2 ? value & 15 : value >> 4; }
 
-// A stream of random codes over `rows` rows of `width`: rows filled exactly,
-// left short, or overrun by up to `overrun` pixels by runs that cross the
-// row end; encoded and absolute runs of every length; ended by the last end
-// of line, an end of bitmap or a delta somewhere.
+// Random codes over `rows` rows: each row filled exactly, left short or overrun (runs crossing the row end);
+// ended by the last end of line, or an end of bitmap or a delta anywhere.
 std::vector<unsigned char> random_stream(int bits, long width, long rows, long overrun, std::mt19937& rng) {
     auto pick = [&](long low, long high) { return std::uniform_int_distribution<long>(low, high)(rng); };
     const unsigned max_index = bits == 8 ? 255 : 15;
@@ -107,24 +91,16 @@ std::vector<unsigned char> random_stream(int bits, long width, long rows, long o
         while (x < target) {
             if (stop_here && x >= stop_at) break;
             const long left = target - x;
-            if (left >= 3 && pick(0, 1)) {
-                const long n = pick(3, std::min(left, 255L));
-                std::vector<unsigned> indices(n);
-                for (auto& index : indices) index = static_cast<unsigned>(pick(0, max_index));
-                stream.absolute(indices, bits);
-                x += n;
-            } else {
-                const long n = pick(1, std::min(left, 255L));
-                stream.encoded(static_cast<unsigned>(n), static_cast<unsigned>(pick(0, 255)));
-                x += n;
-            }
+            const bool literal = left >= 3 && pick(0, 1);
+            const long n = pick(literal ? 3 : 1, std::min(left, 255L));
+            std::vector<unsigned> indices(literal ? n : 0);
+            for (auto& index : indices) index = static_cast<unsigned>(pick(0, max_index));
+            literal ? stream.absolute(indices, bits) : stream.encoded(static_cast<unsigned>(n), static_cast<unsigned>(pick(0, 255)));
+            x += n;
         }
         if (stop_here) {
-            if (ending == 1)
-                stream.end_of_bitmap();
-            else
-                stream.delta(static_cast<unsigned>(pick(0, 255)), static_cast<unsigned>(pick(0, 255)));
-            return stream.bytes();
+            auto byte = [&] { return static_cast<unsigned>(pick(0, 255)); };
+            return (ending == 1 ? stream.end_of_bitmap() : stream.delta(byte(), byte())).bytes();
         }
         stream.end_of_line();
     }
@@ -168,7 +144,6 @@ void model_decode(const DecoderCase& d, const std::vector<unsigned char>& stream
     }
 }
 
-// Memory around a frame of |height| rows, for pitches and heights of either
 std::vector<unsigned char> palette_of(std::uint32_t seed) { return cconvert::test::random_bytes(4 * 256, seed); }
 
 TEST(RleDecoders, RandomStreamsMatchTheModel) {
@@ -181,8 +156,9 @@ TEST(RleDecoders, RandomStreamsMatchTheModel) {
             long pitch = d.pixel_bytes * width + std::uniform_int_distribution<long>(0, 9)(rng);
             if (n % 5 == 1 && d.clips) height = -height;  // the same rows, from the bottom one
             if (n % 7 == 2) pitch = -pitch;                  // rows upwards in memory
+            if (n % 50 == 3) height = 0;                     // nothing at all
             const long overrun = 40, span = (std::labs(height) + 1) * std::labs(pitch) + 4 * (overrun + 8);
-            const auto stream = random_stream(d.index_bits, width, std::labs(height), overrun, rng);
+            const auto stream = random_stream(d.index_bits, width, std::max(std::labs(height), 1L), overrun, rng);
             const auto palette = palette_of(seed++);
             cconvert::test::walk::Arena decoded({-span, span}, seed++);
             auto expected = decoded;
@@ -216,6 +192,12 @@ Bytes decode_rows(Decoder decode, int pixel_bytes, long width, long rows, const 
 
 Bytes row_bytes(const Bytes& frame, std::size_t from, std::size_t n) { return Bytes(frame.begin() + from, frame.begin() + from + n); }
 
+TEST(RleValues, Rle4RunsAlternateNibblesAndDecodingStopsAfterHeightEndsOfLine) {
+    const auto stream = Stream().encoded(3, 0x7C).end_of_line().encoded(1, 0x20).end_of_line().encoded(1, 0x30).bytes();
+    EXPECT_EQ(row_bytes(decode_rows(ccnvt_rle4_rgb24, 3, 3, 2, stream), 0, 21),
+              (Bytes{2, 3, 4, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 7, 8, 9, 12, 13, 14, 7, 8, 9, 0xEE, 0xEE, 0xEE}));
+}
+
 TEST(RleValues, DeltaEndsTheDecodeAndLeavesTheRestAsItWas) {
     const auto frame = decode_rows(ccnvt_rle8_rgb24, 3, 4, 2, Stream().encoded(2, 7).delta(1, 0).encoded(2, 9).end_of_line().bytes());
     EXPECT_EQ(row_bytes(frame, 0, 12), Bytes(12, 0xEE));
@@ -223,7 +205,6 @@ TEST(RleValues, DeltaEndsTheDecodeAndLeavesTheRestAsItWas) {
 }
 
 TEST(RleValues, ARunPastTheRowEndIsClippedAndTheNextCodeFollowsIt) {
-    // Width 5 in rows of 16 bytes: two pixels, then 10 of colour 3 of which 3 fit; the next row follows.
     const auto stream = Stream().encoded(2, 1).encoded(10, 3).end_of_line().encoded(1, 4).end_of_line().bytes();
     const auto frame = decode_rows(ccnvt_rle8_rgb24, 3, 5, 2, stream, 16);
     EXPECT_EQ(row_bytes(frame, 16, 16), (Bytes{1, 2, 3, 1, 2, 3, 3, 4, 5, 3, 4, 5, 3, 4, 5, 0xEE}));
@@ -241,44 +222,14 @@ TEST(RleValues, AbsoluteRunsArePaddedToAnEvenLength) {
                           0xEE, 0xEE, 0xEE, 0xEE}));
 }
 
-TEST(RleValues, Rle8Rgba32WritesRunsWholePastTheRowEndAndTheOthersClip) {
-    auto row = decode_rows(ccnvt_rle8_rgba32, 4, 1, 1, Stream().encoded(3, 2).end_of_bitmap().bytes());
-    EXPECT_EQ(row, (Bytes{2, 3, 4, 0, 2, 3, 4, 0, 2, 3, 4, 0}));
-    row = decode_rows(ccnvt_rle4_rgba32, 4, 1, 1, Stream().encoded(3, 0x22).end_of_bitmap().bytes());
-    EXPECT_EQ(row, (Bytes{2, 3, 4, 0, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
-}
-
-TEST(RleValues, TheDecoderStopsAfterHeightEndsOfLineAndWritesBottomUp) {
-    // Three rows, three ends of line; what follows is never read.
-    const auto stream = Stream().encoded(1, 1).end_of_line().encoded(1, 2).end_of_line().encoded(1, 3)
-                            .end_of_line().encoded(1, 4).bytes();
-    EXPECT_EQ(row_bytes(decode_rows(ccnvt_rle8_rgb24, 3, 1, 3, stream), 0, 9), (Bytes{3, 4, 5, 2, 3, 4, 1, 2, 3}));
-}
-
-TEST(RleValues, Rle8Rgba32FindsTheBottomRowFromTheSignedHeight) {
-    // Height -2 from row 4 of a five-row frame: rows (-2 - 1) and one above that.
+// rle8_rgba32 does not clip, and starts from row height - 1 as passed: -3 and -4 for height -2.
+TEST(RleValues, Rle8Rgba32WritesRunsWholeAndFindsTheBottomRowFromTheSignedHeight) {
+    EXPECT_EQ(decode_rows(ccnvt_rle8_rgba32, 4, 1, 1, Stream().encoded(3, 2).end_of_bitmap().bytes()),
+              (Bytes{2, 3, 4, 0, 2, 3, 4, 0, 2, 3, 4, 0}));
     const auto stream = Stream().encoded(1, 1).end_of_line().encoded(1, 2).end_of_line().bytes();
-    Bytes frame(5 * 4, 0xEE), expected = {2, 3, 4, 0, 1, 2, 3, 0, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE,
-                                          0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE};
+    Bytes frame(5 * 4, 0xEE);
     ccnvt_rle8_rgba32(frame.data() + 4 * 4, 4, stream.data(), 0, 1, -2, kPalette4.data());
-    EXPECT_EQ(frame, expected);
-    // The clipping decoders start at row |height| - 1 whatever the sign.
-    const auto clipped = decode_rows(ccnvt_rle4_rgba32, 4, 1, -2, Stream().encoded(1, 0x10).end_of_line().encoded(1, 0x20).end_of_line().bytes(), 4);
-    EXPECT_EQ(row_bytes(clipped, 0, 8), (Bytes{2, 3, 4, 0, 1, 2, 3, 0}));
-}
-
-TEST(RleValues, NothingIsWrittenForHeightZero) {
-    const auto stream = Stream().encoded(4, 1).end_of_bitmap().bytes();
-    for (const DecoderCase& d : decoders()) {
-        Bytes frame(32, 0xEE);
-        d.decode(frame.data() + 16, 16, stream.data(), 0, 4, 0, kPalette4.data());
-        EXPECT_EQ(frame, Bytes(32, 0xEE)) << d.name;
-    }
-}
-
-TEST(RleValues, Rle4RunsAlternateHighAndLowNibbles) {
-    const auto row = decode_rows(ccnvt_rle4_rgb24, 3, 3, 1, Stream().encoded(3, 0x7C).end_of_bitmap().bytes());
-    EXPECT_EQ(row_bytes(row, 0, 9), (Bytes{7, 8, 9, 12, 13, 14, 7, 8, 9}));
+    EXPECT_EQ(row_bytes(frame, 0, 12), (Bytes{2, 3, 4, 0, 1, 2, 3, 0, 0xEE, 0xEE, 0xEE, 0xEE}));
 }
 
 // ---- palette ----

@@ -1,6 +1,5 @@
-// 8- and 16-bit RGB converters: each described once as a frame walk with its
-// per-pixel model and swept under every feature word; the span reorders,
-// the older names, and hand-worked frames.
+// 8- and 16-bit RGB converters and span reorders as frame walks, the older
+// names, and hand-worked frames.
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -134,35 +133,24 @@ TEST_P(SpanReorders, SeparateInPlaceAndOverlappingSpansMatchTheWalk) {
     };
     std::uint32_t seed = 1;
     for (const Walk& s : spans)
-        for (long count : {0L, 1L, 3L, 13L, 45L, 1921L}) {
-            expect_matches_model(s, {count, 1, 0, 0}, seed++);
-            for (long shift : {-5L, -4L, -1L, 0L, 1L, 4L, 9L}) expect_overlap_matches_model(s, {count, 1, 0, 0}, shift, seed++);
-            if (HasFatalFailure()) return;
-        }
+        for (long count : {0L, 1L, 3L, 13L, 45L, 1921L})
+            for (long shift : {-5L, -4L, -1L, 0L, 1L, 4L, 9L}) {
+                if (shift == -5) expect_matches_model(s, {count, 1, 0, 0}, seed++);
+                expect_overlap_matches_model(s, {count, 1, 0, 0}, shift, seed++);
+                if (HasFatalFailure()) return;
+            }
 }
 
 INSTANTIATE_TEST_SUITE_P(FeatureWords, SpanReorders, ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 
-std::vector<unsigned char> bytes_of(std::initializer_list<int> values) {
-    return std::vector<unsigned char>(values.begin(), values.end());
-}
-
-std::vector<unsigned char> after_span(SpanFn reorder, std::vector<unsigned char> pixels) {
-    reorder(reinterpret_cast<unsigned int*>(pixels.data()), reinterpret_cast<const unsigned int*>(pixels.data()),
-            static_cast<unsigned int>(pixels.size() / 4));
-    return pixels;
-}
-
-TEST(SpanReorderValues, HandWorkedPixels) {
-    const auto p = bytes_of({0x11, 0x22, 0x33, 0x44});
-    EXPECT_EQ(after_span(rgba2argb, p), bytes_of({0x22, 0x33, 0x44, 0x11}));
-    EXPECT_EQ(after_span(argb2rgba, p), bytes_of({0x44, 0x22, 0x33, 0x11}));
-    EXPECT_EQ(after_span(bgra2argb, p), bytes_of({0x44, 0x33, 0x22, 0x11}));
-    EXPECT_EQ(after_span(abgr2bgra, p), bytes_of({0x44, 0x11, 0x22, 0x33}));
-    EXPECT_EQ(after_span(bgra2rgba, p), bytes_of({0x33, 0x22, 0x11, 0x44}));
-    // argb2rgba exchanges bytes 0 and 3 only: it does not undo rgba2argb.
-    EXPECT_EQ(after_span(argb2rgba, after_span(rgba2argb, p)), bytes_of({0x11, 0x33, 0x44, 0x22}));
+// argb2rgba exchanges bytes 0 and 3 only: it does not undo rgba2argb.
+TEST(SpanReorderValues, Argb2rgbaDoesNotUndoRgba2argb) {
+    auto p = bytes_of({0x11, 0x22, 0x33, 0x44});
+    auto* pixel = reinterpret_cast<unsigned int*>(p.data());
+    rgba2argb(pixel, pixel, 1);
+    argb2rgba(pixel, pixel, 1);
+    EXPECT_EQ(p, bytes_of({0x11, 0x33, 0x44, 0x22}));
 }
 
 // ---- the fill alpha and hand-worked frames ----
@@ -172,23 +160,14 @@ protected:
     void TearDown() override { a = 0xFF; }
 };
 
+// The models read the fill alpha as each call does.
 TEST_F(FillAlpha, IsFFAtLoadAndHonouredByEveryWidening) {
     EXPECT_EQ(a, 0xFF);
+    std::uint32_t seed = 900;
     for (int value : {0x00, 0x42}) {
         a = static_cast<unsigned char>(value);
-        const auto rgb = bytes_of({1, 2, 3, 4, 5, 6});
-        std::vector<unsigned char> out(8, 0xEE);
-        ccnvt_rgb24_rgba32_inplace(out.data(), 8, rgb.data(), 6, 2, 1);
-        EXPECT_EQ(out, bytes_of({1, 2, 3, value, 4, 5, 6, value}));
-        ccnvt_rgb24_bgra32_inplace(out.data(), 8, rgb.data(), 6, 2, 1);
-        EXPECT_EQ(out, bytes_of({3, 2, 1, value, 6, 5, 4, value}));
-        ccnvt_macbgr24_macargb32_inplace(out.data(), 8, rgb.data(), 6, 2, 1);
-        EXPECT_EQ(out, bytes_of({value, 1, 2, 3, value, 4, 5, 6}));
-        ccnvt_rgba24_rgb32_invert(out.data(), 8, rgb.data(), 6, 2, 1);
-        EXPECT_EQ(out, bytes_of({1, 2, 3, value, 4, 5, 6, value}));
-        const auto rgb16 = bytes_of({0xFF, 0x7F});
-        ccnvt_rgb16_rgba32_inplace(out.data(), 4, rgb16.data(), 2, 1, 1);
-        EXPECT_EQ(out, bytes_of({248, 248, 248, value, 4, 5, 6, value}));
+        for (const Walk& c : converters())
+            if (c.out_bytes == 4) expect_matches_model(c, padded(c, 37, 2, 4, 0), seed++);
     }
 }
 
@@ -218,17 +197,13 @@ TEST(RgbValues, RowOffsetsAreComputedIn64Bits) {
     auto* frame = static_cast<unsigned char*>(map);
     for (long r = 0; r < 3; ++r)
         for (long i = 0; i < 3 * w; ++i) frame[r * pitch + i] = static_cast<unsigned char>(r * 64 + i);
-    // Widening in place, last row first: each row of 3w bytes becomes 4w bytes.
-    ccnvt_rgb24_rgba32_inplace(frame, pitch, frame, pitch, w, 3);
+    ccnvt_rgb24_rgba32_inplace(frame, pitch, frame, pitch, w, 3);  // widening, last row first
     for (long r = 0; r < 3; ++r)
         for (long x = 0; x < w; ++x) {
             const unsigned char* p = frame + r * pitch + 4 * x;
-            ASSERT_EQ(p[0], static_cast<unsigned char>(r * 64 + 3 * x)) << r << "," << x;
-            ASSERT_EQ(p[2], static_cast<unsigned char>(r * 64 + 3 * x + 2)) << r << "," << x;
-            ASSERT_EQ(p[3], 0xFF) << r << "," << x;
+            ASSERT_TRUE(p[0] == r * 64 + 3 * x && p[2] == p[0] + 2 && p[3] == 0xFF) << r << "," << x;
         }
-    // Reducing back, first row first.
-    ccnvt_rgba32_rgb16(frame, pitch, frame, pitch, w, 3);
+    ccnvt_rgba32_rgb16(frame, pitch, frame, pitch, w, 3);  // reducing, first row first
     const int word = frame[2 * pitch] | frame[2 * pitch + 1] << 8;
     EXPECT_EQ(word, ((128 + 2) >> 3) << 10 | ((128 + 1) >> 3) << 5 | (128 >> 3));
     munmap(map, mapped);
@@ -236,7 +211,7 @@ TEST(RgbValues, RowOffsetsAreComputedIn64Bits) {
 
 // ---- 16-bit: the hand-worked values ----
 
-// The word at (x, y) of a frame of (x + 1) x (y + 1) equal pixels.
+// The word at (x, y) of a frame of (x + 1) x (y + 1) equal pixels; D is the dither at (x, y).
 int reduce_one(const FrameFn& reduce, std::array<int, 4> pixel, long x = 0, long y = 0) {
     std::vector<unsigned char> source(4 * (x + 1) * (y + 1));
     for (std::size_t i = 0; i < source.size(); ++i) source[i] = static_cast<unsigned char>(pixel[i % 4]);
@@ -246,23 +221,14 @@ int reduce_one(const FrameFn& reduce, std::array<int, 4> pixel, long x = 0, long
     return destination[at] | destination[at + 1] << 8;
 }
 
-TEST(Rgb16, WhiteSaturatesUnderTheLargestDither) {
-    // D = 15 at (0, 3).
-    EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16), {255, 255, 255, 0}, 0, 3), 0x7FFF);
-    EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16_dithered), {255, 255, 255, 0}, 0, 3), 0x7FFF);
-    EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16_565), {255, 255, 255, 0}, 0, 3), 0xFFFF);
-    EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16_565_dithered), {255, 255, 255, 0}, 0, 3), 0xFFFF);
-}
-
-TEST(Rgb16, MidGreyDitherExamples) {
-    const FrameFn dithered = FRAME_FN(ccnvt_rgba32_rgb16_dithered);
-    const int grey16 = 16 << 10 | 16 << 5 | 16;
-    EXPECT_EQ(reduce_one(dithered, {0x80, 0x80, 0x80, 0}, 0, 0), grey16);
-    EXPECT_EQ(reduce_one(dithered, {0x80, 0x80, 0x80, 0}, 1, 0), grey16);  // D = 8 adds 4
-    EXPECT_EQ(reduce_one(dithered, {0x80, 0x80, 0x80, 0}, 3, 3), grey16);  // D = 5 adds 2
+TEST(Rgb16, DitherExamples) {
+    const FrameFn dithered = FRAME_FN(ccnvt_rgba32_rgb16_dithered), dithered565 = FRAME_FN(ccnvt_rgba32_rgb16_565_dithered);
+    EXPECT_EQ(reduce_one(dithered, {255, 255, 255, 0}, 0, 3), 0x7FFF);  // D = 15 saturates
+    EXPECT_EQ(reduce_one(dithered565, {255, 255, 255, 0}, 0, 3), 0xFFFF);
+    EXPECT_EQ(reduce_one(dithered, {0x80, 0x80, 0x80, 0}, 1, 0), 16 << 10 | 16 << 5 | 16);  // D = 8 adds 4
     EXPECT_EQ(reduce_one(dithered, {0x87, 0x87, 0x87, 0}, 1, 0), 17 << 10 | 17 << 5 | 17);
-    // 5-6-5: (0x7E + D >> 2) >> 2 for green, D = 15 at (0, 3) adds 3 -> 0x81 >> 2 = 32.
-    EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16_565_dithered), {0, 0x7E, 0, 0}, 0, 3), 32 << 5);
+    // 5-6-5 green adds D >> 2: D = 15 at (0, 3) takes 0x7E to 0x81.
+    EXPECT_EQ(reduce_one(dithered565, {0, 0x7E, 0, 0}, 0, 3), 32 << 5);
     EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16_565), {0, 0x7E, 0, 0}, 0, 3), 31 << 5);
 }
 

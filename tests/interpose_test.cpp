@@ -1,6 +1,6 @@
-// Runs the library against host functions of this executable: a copy routine
-// that can throw, an error sink that records, an allocator that counts, and
-// copy shims that log. The dynamic linker routes the library's calls here.
+// The library against this executable's host functions (the dynamic linker routes them
+// here): a copy that can throw, a recording error sink, a counting allocator, logging shims.
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -63,11 +63,7 @@ void* KVAlloc(size_t size) {
 
 void KVFree(void* pointer) {
     ++host.frees;
-    for (auto it = host.live.begin(); it != host.live.end(); ++it)
-        if (*it == pointer) {
-            host.live.erase(it);
-            break;
-        }
+    std::erase(host.live, pointer);
     std::free(pointer);
 }
 
@@ -113,8 +109,7 @@ TEST_F(Interposed, OneRowInPlaceFlipStillTakesAndReleasesItsScratch) {
     EXPECT_EQ(frame, numbered_rows(1, 40));
 }
 
-// Which copies each routine makes: every row offered to the arm shim, then
-// the intel shim, then CopyMemoryFast; or straight to CopyMemoryFast.
+// Each row offered to the arm shim, the intel shim, then CopyMemoryFast; or straight to the copy.
 TEST_F(Interposed, RowCopiesGoThroughTheShimsOrStraightToTheCopy) {
     Bytes a = numbered_rows(4, 24), b(96, 0);
     void *x = a.data(), *y = b.data();
@@ -167,8 +162,7 @@ TEST_F(Interposed, AThrowingCopyInAnInPlaceFlipIsReportedOnceAndStopsTheLoop) {
     EXPECT_EQ(host.frees, 1);
     // Rows 0 and 5 were exchanged before the failure; the others are as they were.
     Bytes expected = numbered_rows(6, 16);
-    std::memset(expected.data(), 0x15, 16);
-    std::memset(expected.data() + 5 * 16, 0x10, 16);
+    std::swap_ranges(expected.begin(), expected.begin() + 16, expected.begin() + 80);
     EXPECT_EQ(frame, expected);
 
     host = HostRecord{};

@@ -1,7 +1,5 @@
-// The tool's RTP capture reader on a capture made to break it (a finding of
-// the review of the fuzz targets). The PNG and raw-frame findings are kept
-// by the fuzz corpora (replayed under AddressSanitizer with an allocation
-// limit) and by tests/cli/cli_test.sh, which checks their messages.
+// The tool's RTP capture reader on a capture made to break it (the PNG and raw-frame
+// findings live in the fuzz corpora and tests/cli/cli_test.sh).
 #include <unistd.h>
 
 #include <algorithm>
@@ -68,10 +66,8 @@ Bytes frame_of(const Bytes& capture, std::uint32_t width, std::uint32_t height) 
 }
 
 TEST(RtpCapture, ASegmentEndingPastItsLineLeavesTheNextRowAlone) {
-    // Width 48: a v210 row is 8 whole groups, nothing to spare. Row 2 comes
-    // whole; then a segment at pixel 46 of row 1 whose 7-byte length rounds
-    // up to 3 pixels: its second pair would start at pixel 48, which is the
-    // next row's first group.
+    // Width 48: rows of 8 whole groups. Row 2 whole, then a segment at pixel 46 of row 1
+    // whose 7 bytes round up to 3 pixels: its second pair would be row 2's first group.
     Bytes row2(120);
     for (std::size_t i = 0; i < row2.size(); ++i) row2[i] = static_cast<unsigned char>(i * 11 + 3);
     Bytes capture = capture_header(), whole_row2_only = capture_header();

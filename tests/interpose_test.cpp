@@ -145,6 +145,12 @@ TEST_F(Interposed, RowCopiesGoThroughTheShimsOrStraightToTheCopy) {
         if (c.arm || c.intel) {
             EXPECT_EQ(b, Bytes(96, 0)) << c.name;  // the "shim" did nothing visible
         }
+        if (!c.arm && !c.intel && *c.events) {  // a throwing copy goes through (the first copy: b stays)
+            host = HostRecord{};
+            host.throw_on_copy = 1;
+            EXPECT_THROW(c.call(), std::runtime_error) << c.name;
+            EXPECT_TRUE(host.error_lines.empty()) << c.name;
+        }
     }
     // rgba_full's one copy leaves the last row's padding alone.
     EXPECT_EQ(b[79], 0x13);
@@ -171,24 +177,6 @@ TEST_F(Interposed, AThrowingCopyInAnInPlaceFlipIsReportedOnceAndStopsTheLoop) {
     EXPECT_EQ(host.error_lines, std::vector<std::string>{"ERROR(CConvert): exception-ccnvt_flip_vert_flags() \n\r"});
     EXPECT_EQ(host.allocations, std::vector<std::size_t>{11});
     EXPECT_EQ(host.frees, 1);
-}
-
-TEST_F(Interposed, EveryOtherRoutineLetsTheExceptionThrough) {
-    Bytes a = numbered_rows(3, 16), b(64);
-    void *x = a.data(), *y = b.data();
-    const std::function<void()> calls[] = {
-        [&] { ccnvt_flip_vert(y, x, 0, 3, 8); },
-        [&] { ccnvt_flip_vert_flags(y, x, 0, 0, 3, 10, 8, 0, 0); },
-        [&] { ccnvt_fld_sep_to_mix32(y, 16, x, x, 16, 4, 2); },
-        [&] { ccnvt_copy_interleaved(y, 16, x, 8, 0, 2); },
-        [&] { ccnvt_rgba_full(y, 16, x, 16, 4, 2); },
-    };
-    for (const auto& call : calls) {
-        host = HostRecord{};
-        host.throw_on_copy = 1;
-        EXPECT_THROW(call(), std::runtime_error) << &call - calls;
-        EXPECT_TRUE(host.error_lines.empty());
-    }
 }
 
 }  // namespace

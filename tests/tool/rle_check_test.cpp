@@ -171,7 +171,6 @@ TEST(RleCheck, StreamsItPassesDecodeInsideTheFrame) {
         {"rle8_rgb24", ccnvt_rle8_rgb24, 8, 3},
         {"rle8_rgba32 (unclipped)", ccnvt_rle8_rgba32, 8, 4},
         {"rle4_rgb24", ccnvt_rle4_rgb24, 4, 3},
-        {"rle4_rgba32", ccnvt_rle4_rgba32, 4, 4},
     };
     constexpr std::size_t kEntries = 10;
     std::mt19937 random(2024);

@@ -26,8 +26,7 @@ TEST(Open, ReturnsZeroAndFindsMmxOnceForGood) {
     EXPECT_EQ(use_MMX, 1);
 }
 
-// The RGB shims are replaced by rgb_shims_test.cpp in this executable; these
-// are the library's own.
+// The library's own shims (rgb_shims_test.cpp replaces the RGB ones in this executable).
 TEST(Shims, TheLibrarysShimsDeclineAndTouchNothing) {
     std::vector<unsigned char> a(64, 0x11), b(64, 0x22);
     EXPECT_EQ(0, cconvert_copy_bytes_arm(a.data(), b.data(), 64));

@@ -1,6 +1,6 @@
-// Runs the library against host functions of this executable: a copy routine
-// that can throw, an error sink that records, an allocator that counts, and
-// copy shims that log. The dynamic linker routes the library's calls here.
+// The library against this executable's host functions (the dynamic linker routes them
+// here): a copy that can throw, a recording error sink, a counting allocator, logging shims.
+#include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -63,11 +63,7 @@ void* KVAlloc(size_t size) {
 
 void KVFree(void* pointer) {
     ++host.frees;
-    for (auto it = host.live.begin(); it != host.live.end(); ++it)
-        if (*it == pointer) {
-            host.live.erase(it);
-            break;
-        }
+    std::erase(host.live, pointer);
     std::free(pointer);
 }
 
@@ -113,8 +109,7 @@ TEST_F(Interposed, OneRowInPlaceFlipStillTakesAndReleasesItsScratch) {
     EXPECT_EQ(frame, numbered_rows(1, 40));
 }
 
-// Which copies each routine makes: every row offered to the arm shim, then
-// the intel shim, then CopyMemoryFast; or straight to CopyMemoryFast.
+// Each row offered to the arm shim, the intel shim, then CopyMemoryFast; or straight to the copy.
 TEST_F(Interposed, RowCopiesGoThroughTheShimsOrStraightToTheCopy) {
     Bytes a = numbered_rows(4, 24), b(96, 0);
     void *x = a.data(), *y = b.data();
@@ -150,6 +145,12 @@ TEST_F(Interposed, RowCopiesGoThroughTheShimsOrStraightToTheCopy) {
         if (c.arm || c.intel) {
             EXPECT_EQ(b, Bytes(96, 0)) << c.name;  // the "shim" did nothing visible
         }
+        if (!c.arm && !c.intel && *c.events) {  // a throwing copy goes through (the first copy: b stays)
+            host = HostRecord{};
+            host.throw_on_copy = 1;
+            EXPECT_THROW(c.call(), std::runtime_error) << c.name;
+            EXPECT_TRUE(host.error_lines.empty()) << c.name;
+        }
     }
     // rgba_full's one copy leaves the last row's padding alone.
     EXPECT_EQ(b[79], 0x13);
@@ -167,8 +168,7 @@ TEST_F(Interposed, AThrowingCopyInAnInPlaceFlipIsReportedOnceAndStopsTheLoop) {
     EXPECT_EQ(host.frees, 1);
     // Rows 0 and 5 were exchanged before the failure; the others are as they were.
     Bytes expected = numbered_rows(6, 16);
-    std::memset(expected.data(), 0x15, 16);
-    std::memset(expected.data() + 5 * 16, 0x10, 16);
+    std::swap_ranges(expected.begin(), expected.begin() + 16, expected.begin() + 80);
     EXPECT_EQ(frame, expected);
 
     host = HostRecord{};
@@ -177,24 +177,6 @@ TEST_F(Interposed, AThrowingCopyInAnInPlaceFlipIsReportedOnceAndStopsTheLoop) {
     EXPECT_EQ(host.error_lines, std::vector<std::string>{"ERROR(CConvert): exception-ccnvt_flip_vert_flags() \n\r"});
     EXPECT_EQ(host.allocations, std::vector<std::size_t>{11});
     EXPECT_EQ(host.frees, 1);
-}
-
-TEST_F(Interposed, EveryOtherRoutineLetsTheExceptionThrough) {
-    Bytes a = numbered_rows(3, 16), b(64);
-    void *x = a.data(), *y = b.data();
-    const std::function<void()> calls[] = {
-        [&] { ccnvt_flip_vert(y, x, 0, 3, 8); },
-        [&] { ccnvt_flip_vert_flags(y, x, 0, 0, 3, 10, 8, 0, 0); },
-        [&] { ccnvt_fld_sep_to_mix32(y, 16, x, x, 16, 4, 2); },
-        [&] { ccnvt_copy_interleaved(y, 16, x, 8, 0, 2); },
-        [&] { ccnvt_rgba_full(y, 16, x, 16, 4, 2); },
-    };
-    for (const auto& call : calls) {
-        host = HostRecord{};
-        host.throw_on_copy = 1;
-        EXPECT_THROW(call(), std::runtime_error) << &call - calls;
-        EXPECT_TRUE(host.error_lines.empty());
-    }
 }
 
 }  // namespace

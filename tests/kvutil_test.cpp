@@ -1,5 +1,4 @@
-// Our builds of the host libraries: the feature word and its override, the
-// bit writer, the error sink, the allocator and the matrix choice.
+// Our host libraries: feature word and override, bit writer, error sink, allocator, matrix choice.
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -46,14 +45,12 @@ TEST(BitWriter, WritesMostSignificantBitFirstAndSkips) {
     WriteBits(&writer, 0, 0xFFFF);
     EXPECT_EQ(writer.position, 48u);
     EXPECT_EQ(buffer, (Bytes{0x80, 0x04, 0x08, 0x03, 0xAC, 0xF0, 0xFF, 0xFF}));
-}
-
-TEST(BitWriter, BitsBeyondTheBufferAreDroppedButCounted) {
+    // Bits beyond the buffer's limit are dropped but counted.
     Bytes bytes = {0, 0, 0x55};
-    KVBitWriter writer{bytes.data(), 2, 12, 0};
-    WriteBits(&writer, 16, 0xFFFF);
-    WriteBits(&writer, 32, 0xFFFFFFFF);
-    EXPECT_EQ(writer.position, 48u);
+    KVBitWriter short_writer{bytes.data(), 2, 12, 0};
+    WriteBits(&short_writer, 16, 0xFFFF);
+    WriteBits(&short_writer, 32, 0xFFFFFFFF);
+    EXPECT_EQ(short_writer.position, 48u);
     EXPECT_EQ(bytes, (Bytes{0xFF, 0xF0, 0x55}));
 }
 

@@ -1,8 +1,6 @@
 #!/bin/bash
-# Runs the built ccnvt tool: round trips through files, known bytes, and every
-# mistake a person can make getting one clear line and a non-zero exit with
-# no output file left behind.
-# usage: cli_test.sh CCNVT WORK_DIR
+# The ccnvt tool: round trips, known bytes, and every mistake a person can make
+# answered by one line, a non-zero exit and no output. usage: cli_test.sh CCNVT WORK_DIR
 set -u
 tool=$(realpath "$1")
 here=$(cd "$(dirname "$0")" && pwd)
@@ -10,10 +8,7 @@ work=$2
 rm -rf "$work" && mkdir -p "$work" && cd "$work" || exit 1
 failures=0
 
-fail() {
-    echo "FAIL: $*" >&2
-    failures=$((failures + 1))
-}
+fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 # ok ARGS...: ccnvt ARGS succeeds.
 ok() { "$tool" "$@" > /dev/null 2> stderr.txt || fail "ccnvt $*: exit $? ($(cat stderr.txt))"; }
 same() { cmp -s "$1" "$2" || fail "$1 and $2 differ"; }
@@ -26,8 +21,7 @@ says() {
     "$tool" "$@" -v > /dev/null 2> chain.txt || fail "ccnvt $* -v: exit $?"
     grep -qF -- "$text" chain.txt || fail "ccnvt $* -v did not say '$text': $(cat chain.txt)"
 }
-# expect_error TEXT ARGS...: one line holding TEXT, a non-zero exit, and
-# neither the output (out, out.png) nor a temporary file left behind.
+# expect_error TEXT ARGS...: one line holding TEXT, non-zero exit, no out, out.png or temporary.
 expect_error() {
     local text=$1
     shift
@@ -52,24 +46,20 @@ same frames.2vuy back.2vuy
 size_is frames.v210 $((5120 * 1080 * 3))
 ok convert frames.2vuy one.v210 --from uyvy --to v210 $hd --frames 1
 head -c $((5120 * 1080)) frames.v210 | cmp -s - one.v210 || fail "--frames 1 is not the first frame"
-# A regular file is mapped, anything else read: a pipe gives the same frames.
 cat frames.2vuy | ok convert /dev/stdin piped.v210 --from 2vuy --to v210 $hd
 same frames.v210 piped.v210
 
-# A padded input pitch: rows of 3848 bytes, 8 of them padding.
 head -c $((3848 * 1080)) /dev/urandom > padded.2vuy
 ok convert padded.2vuy padded.v210 --from 2vuy --to v210 $hd --pitch 3848
 ok convert padded.v210 unpadded.2vuy --from v210 --to 2vuy $hd
 python3 -c "import sys; d=open('padded.2vuy','rb').read(); sys.stdout.buffer.write(b''.join(d[i*3848:i*3848+3840] for i in range(1080)))" |
     cmp -s - unpadded.2vuy || fail "a padded pitch lost or moved pixels"
 
-# A chain: NV12 to 2vuy through the direct step, then on to planes.
 head -c $((1920 * 1080 * 3 / 2)) /dev/urandom > frame.nv12
 says "nv12 -> 2vuy (cycbcr_NV12_to_uyvy), 2vuy -> i420 (ccnvt_2vuy_i420)" \
     convert frame.nv12 chain.i420 --from nv12 --to i420 $hd
 
-# packed10 through the band drivers: threads take frames side by side, or
-# split a single frame into bands.
+# packed10: threads on frames side by side, or on bands of one frame.
 ok convert frames.v210 frames.p10 --from v210 --to packed10 $hd --threads 3
 size_is frames.p10 $((4800 * 1080 * 3))
 ok convert frames.p10 frames-p10.2vuy --from packed10 --to 2vuy $hd --threads 2
@@ -77,12 +67,9 @@ same frames.2vuy frames-p10.2vuy
 ok convert frames.v210 banded.p10 --from v210 --to packed10 $hd --frames 1 --threads 3
 head -c $((4800 * 1080)) frames.p10 | cmp -s - banded.p10 || fail "bands on three threads changed the packed10 bytes"
 
-"$tool" formats > formats.txt || fail "formats"
-grep -q '^v210 ' formats.txt || fail "formats does not list v210"
-grep -q '\.bmp' formats.txt || fail "formats does not mention BMP input"
-for word in --fields --set-alpha rgbaf16 v210pq key8 bmp; do
-    "$tool" convert --help | grep -q -- "$word" || fail "convert --help does not mention $word"
-done
+"$tool" formats > formats.txt && grep -q '^v210 ' formats.txt && grep -q '\.bmp' formats.txt || fail "formats"
+"$tool" convert --help > help.txt || fail "convert --help"
+for word in --fields --set-alpha rgbaf16 v210pq key8 bmp; do grep -q -- "$word" help.txt || fail "no $word in --help"; done
 
 # ---- PNG, 8 and 16 bits ----
 for format_bytes in rgba32:4 rgb24:3 rgb48:6 rgba64:8 key8:1; do
@@ -110,8 +97,7 @@ PY
 }
 ok bars bars.v210 --format v210 $hd --frames 2
 size_is bars.v210 $((5120 * 1080 * 2))
-# RP 219, 10-bit: 40% grey, 75% white, yellow, cyan, green, magenta, red, blue;
-# then 15% grey, black, 100% white and the PLUGE steps -2%, +2% below them.
+# RP 219: 40% grey, 75% white, yellow ... blue; 15% grey, black, 100% white, PLUGE -2%, +2%.
 v210_check bars.v210 5120 100,300:414,512,512 340,300:721,512,512 546,300:674,176,543 752,300:581,589,176 \
     960,300:534,253,207 1165,300:251,771,817 1370,300:204,435,848 1576,300:111,848,481 100,1000:195,512,512 \
     300,1000:64,512,512 600,1000:940,512,512 1100,1000:46,512,512 1160,1000:82,512,512
@@ -123,8 +109,7 @@ ok bars bars.2vuy --format 2vuy --size 1280x720
 size_is bars.2vuy $((1280 * 720 * 2))
 ok preview bars.v210 bars.png --from v210 $hd
 ok convert bars.png bars.rgb24 --to rgb24
-# Decoded at full size with BT.709: 75% white is 191 in each channel, 75% yellow
-# B 0, G and R 191, each within one code value (the 10-bit bars are quantised).
+# BT.709 decode: 75% white 191 191 191, yellow B 0 (within one code value).
 python3 - <<'PY' || fail "decoded bars are not the expected RGB"
 d = open('bars.rgb24', 'rb').read()
 for x, bgr in ((340, (191, 191, 191)), (546, (0, 191, 191))):
@@ -139,7 +124,7 @@ same bars.2vuy bars-444.2vuy
 ok rtp pack bars.v210 bars.pcap $hd
 ok rtp unpack bars.pcap bars-back.v210 $hd
 same bars.v210 bars-back.v210
-# 1280 pixels: segments end inside v210 groups; compare the pictures as 2vuy.
+# 1280 pixels: segments end inside v210 groups.
 head -c $((1280 * 720 * 2)) /dev/urandom > hd720.2vuy
 ok convert hd720.2vuy hd720.v210 --from 2vuy --to v210 --size 1280x720
 ok rtp pack hd720.v210 hd720.pcap --size 1280x720 --strict --rate 50
@@ -167,8 +152,7 @@ else
 fi
 
 # ---- BMP pictures with a palette ----
-# bmps.py writes each picture with the pixels it should decode to (rgb24,
-# top row first), worked out by hand, and broken files with their messages.
+# bmps.py: pictures with their hand-worked rgb24 pixels (top first); broken files and messages.
 cat > bmps.py <<'PY'
 import struct
 
@@ -208,9 +192,8 @@ mono = [(0, 0, 0), (255, 255, 255)]
 rows1 = [[1, 0, 1, 1, 0, 0, 1, 0, 1, 1], [0, 1, 0, 0, 1, 1, 0, 1, 0, 0]]
 write('pal1', bmp(10, 2, 1, 0, stored(rows1, 1), palette=mono), rows1, mono)
 
-# RLE8, 7x4, every code: encoded runs, absolute runs of 3 (padded) and 4,
-# ends of line (one early), deltas within a row and up a row, end of bitmap.
-# Pixels the stream skips take palette entry 0.
+# RLE8 7x4, every code (absolute runs of 3 padded and 4, an early end of line,
+# deltas in and up a row); skipped pixels take entry 0.
 rle8 = bytes([3, 1,  0, 3, 2, 3, 4, 0,  1, 5,  0, 0,         # row 0 (bottom): 1 1 1 2 3 4 5
               0, 4, 5, 4, 3, 2,  0, 0,                       # row 1: 5 4 3 2, then an early end of line
               0, 2, 2, 0,  2, 3,  0, 2, 1, 1,  2, 1,  0, 1])  # row 2: pixels 2, 3; row 3: pixels 5, 6
@@ -220,8 +203,7 @@ write('rle8-no-size', bmp(7, 4, 8, 1, rle8, size_image=0), rle8_rows)  # the str
 # Ends at the last row's end of line, without an end of bitmap.
 write('rle8-lines', bmp(2, 2, 8, 1, bytes([2, 1, 0, 0, 1, 2, 1, 3, 0, 0])), [[2, 3], [1, 1]])
 
-# RLE4, 7x3: encoded runs of alternating nibbles, absolute runs of 5 (3 bytes
-# and a pad) and 4 nibbles, an early end of line, a delta, end of bitmap.
+# RLE4 7x3: alternating nibbles, absolute runs of 5 (padded) and 4, early end of line, delta.
 rle4 = bytes([5, 0x12,  2, 0x34,  0, 0,                          # row 0: 1 2 1 2 1 3 4
               0, 5, 0x56, 0x01, 0x20, 0,  1, 0x60,  0, 0,        # row 1: 5 6 0 1 2 6, pixel 6 skipped
               0, 4, 0x65, 0x43,  0, 2, 1, 0,  2, 0x11,  0, 1])   # row 2: 6 5 4 3, skip 1, 1 1
@@ -279,20 +261,24 @@ for picture in pal8 pal8-topdown pal8-v5 pal4 pal1 rle8 rle8-no-size rle8-lines 
     ok convert $picture.bmp $picture.rgb24 --to rgb24
     same $picture.rgb24 $picture.expected
 done
-ok convert rle4.bmp rle4.png
-ok convert rle4.png rle4-png.rgb24 --to rgb24
-same rle4-png.rgb24 rle4.expected
 ok preview pal8.bmp pal8.png
 ok convert pal8.png pal8-png.rgb24 --to rgb24
 same pal8-png.rgb24 pal8.expected
 ok convert rle8.bmp same.rgb24 --from bmp --to rgb24 --size 7x4
 ok convert rle8.bmp rle8.rgba32 --to rgba32
 ok convert pal8.bmp pal8.rgba32 --to rgba32
-python3 - <<'PY' || fail "BMP pixels to rgba32 are not the colours with alpha 255"
-for name in ('rle8', 'pal8'):
-    rgb, rgba = open(name + '.expected', 'rb').read(), open(name + '.rgba32', 'rb').read()
-    assert rgba == b''.join(rgb[i:i + 3] + b'\xff' for i in range(0, len(rgb), 3)), name
-PY
+ok convert pal8.expected pal8-alpha.rgba32 --from rgb24 --to rgba32 --size 5x3 --set-alpha 128
+ok convert rle4.bmp alpha.png --set-alpha 7
+ok convert alpha.png rle4-alpha.rgba32 --to rgba32
+# rgba32_is NAME EXPECTED ALPHA: NAME.rgba32 holds the colours of EXPECTED.expected with that alpha.
+rgba32_is() {
+    python3 -c "import sys; rgb, rgba = open('$2.expected', 'rb').read(), open('$1.rgba32', 'rb').read()
+sys.exit(rgba != b''.join(rgb[i:i + 3] + bytes([$3]) for i in range(0, len(rgb), 3)))" || fail "$1 is not $2 with alpha $3"
+}
+rgba32_is rle8 rle8 255
+rgba32_is pal8 pal8 255
+rgba32_is pal8-alpha pal8 128
+rgba32_is rle4-alpha rle4 7
 says "bmp (RLE4) -> rgb24 (ccnvt_rle4_rgb24)" convert rle4.bmp rle4.rgb24 --to rgb24
 says "bmp (4-bit) -> rgba32 (ccnvt_rgb8_rgba32), rgba32 -> rgb24" convert pal4.bmp pal4.rgb24 --to rgb24
 ok convert rle8-lines.bmp lines.2vuy --to 2vuy
@@ -302,7 +288,7 @@ while IFS='|' read -r name message; do
 done < broken.txt
 
 # ---- half floats, ST 2084, keys, fields, alpha ----
-# 2vuy 4x2: black and white, then a colour (Y 126, Cb 128, Cr 200) and Y 235 with the same chroma.
+# 2vuy 4x2: black, white, (Y 126, Cb 128, Cr 200), Y 235 with that chroma.
 echo 801080eb807ec8eb801080eb807ec8eb | xxd -r -p > tiny.2vuy
 ok convert tiny.2vuy tiny.rgbaf16 --from 2vuy --to rgbaf16 --size 4x2
 ok convert tiny.2vuy tiny.v210 --from 2vuy --to v210 --size 4x2
@@ -321,8 +307,7 @@ assert h[:16] == h[16:]  # both rows alike
 assert all(abs(v - 0.58) < 0.01 for v in pq[4:7]) and pq[7] == 1.0, pq[4:8]
 assert all(abs(v - 0.75) < 0.01 for v in hlg[4:7]) and hlg[7] == 1.0, hlg[4:8]
 PY
-# Known bytes: ST 2084 through the 8-bit tables (every byte of rgb24, the luma
-# of 2vuy), and keys (2vuy luma; grey rgba32 pixels with the key as alpha).
+# Known bytes: ST 2084 8-bit tables (rgb24 bytes, 2vuy luma); keys (2vuy luma, grey rgba32 with alpha).
 while read -r from to size input output; do
     echo "$input" | xxd -r -p > known.$from
     ok convert known.$from known.$to --from $from --to $to --size $size
@@ -336,16 +321,15 @@ rgb24pq rgb24 3x1 00011011148081c8ff 0001101010e7ebebeb
 key8 2vuy 4x1 10204466 8010802080448066
 key8 rgba32 4x1 10204466 10101010202020204444444466666666
 CASES
-# v210, 48x2: the same tables on 10-bit positions of words taken one byte into
-# each row; worked out by hand: index 128 in the middle of word 0 and at both
-# ends of word 1, index 256 (read as 255, bit 20 kept) in the middle of word 2.
+# v210 48x2, words read one byte into each row: index 128 mid word 0 and at both
+# ends of word 1, index 256 (read as 255, bit 20 kept) mid word 2.
 rows() { for _ in 1 2; do echo "00$1" | xxd -r -p; head -c 115 /dev/zero; done; }
 rows 000008000002002000001000 > pq.v210
 ok convert pq.v210 pq.v210pq --from v210 --to v210pq --size 48x2
 ok convert pq.v210 pq-back.v210 --from v210pq --to v210 --size 48x2
 rows 00d00e00b403403b00f01f00 | cmp -s - pq.v210pq || fail "v210pq is not the PQ table on each row"
 rows 00700e009c03c03900b01e00 | cmp -s - pq-back.v210 || fail "v210pq to v210 is not the inverse table on each row"
-# Fields: rows 0, 2, 4 then 1, 3 of each frame; joined back to the frames.
+# Fields: rows 0, 2, 4 then 1, 3 of each frame, and back.
 head -c $((8 * 5 * 2 * 2)) /dev/urandom > five.2vuy
 ok convert five.2vuy five.fields --from 2vuy --to 2vuy --size 8x5 --fields split
 python3 - <<'PY' || fail "split fields are not rows 0, 2, 4, 1, 3 of each frame"
@@ -357,16 +341,6 @@ same five.2vuy five-back.2vuy
 ok convert five.fields five.v210 --from 2vuy --to v210 --size 8x5 --fields join
 ok convert five.2vuy five-direct.v210 --from 2vuy --to v210 --size 8x5
 same five.v210 five-direct.v210
-# A constant alpha on rgba32 output, also for a PNG.
-ok convert pal8.expected pal8-alpha.rgba32 --from rgb24 --to rgba32 --size 5x3 --set-alpha 128
-python3 - <<'PY' || fail "--set-alpha did not give alpha 128 with the colours kept"
-rgb, rgba = open('pal8.expected', 'rb').read(), open('pal8-alpha.rgba32', 'rb').read()
-assert rgba == b''.join(rgb[i:i + 3] + b'\x80' for i in range(0, len(rgb), 3))
-PY
-ok convert rle4.bmp alpha.png --set-alpha 7
-ok convert alpha.png alpha.rgba32 --to rgba32
-python3 -c "d=open('alpha.rgba32','rb').read(); assert len(d) == 84 and all(a == 7 for a in d[3::4])" ||
-    fail "--set-alpha into a PNG did not keep the alpha"
 says "join fields (ccnvt_fld_sep_to_mix32), 2vuy -> rgba32 (ccnvt_yuv422_8_rgb32), alpha 9 (ccnvt_rgba_setalpha)" \
     convert five.fields five.rgba32 --from 2vuy --to rgba32 --size 8x5 --fields join --set-alpha 9
 
@@ -375,7 +349,7 @@ head -c 100 /dev/urandom > fake.png
 head -c 200 small-rgba32.png > truncated.png
 python3 "$here/../fuzz/make_seeds.py" --print-png-bomb > bomb.png
 cat small.rgba32 small.rgba32 > two.rgba32
-# Cut inside the second frame: the first one has been written out by then.
+# Cut inside the second frame, after the first is written.
 head -c $(($(stat -c %s bars.pcap) * 3 / 4)) bars.pcap > truncated.pcap
 head -c 1000 frames.2vuy > short.2vuy
 head -c $((frame_2vuy + 10)) frames.2vuy > partial.2vuy
@@ -390,7 +364,6 @@ pixels cannot come out of|convert bomb.png out --to rgba32
 shorter than one rgba32 frame of 48 rows 9223372036854775808 bytes apart|convert small.rgba32 out --from rgba32 --to rgb24 --size 64x48 --pitch 9223372036854775808
 a PNG holds one frame; 'two.rgba32' has 2|convert two.rgba32 out.png --from rgba32 --size 64x48
 must end in .png|preview small.rgb24 out --from rgb24 --size 64x48
-cannot convert v210 to nv12|bars out --format nv12 $hd
 truncated dump file|rtp unpack truncated.pcap out $hd
 cannot read the capture 'small.rgb24'|rtp unpack small.rgb24 out $hd
 lies outside a 1280x720 frame|rtp unpack bars.pcap out --size 1280x720

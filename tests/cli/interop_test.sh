@@ -1,9 +1,6 @@
 #!/bin/bash
-# Peers read captures of ours: GStreamer (pcapparse ! rtpvrawdepay) gives back
-# the frames as its packed 10-bit 4:2:2 (the same pixel groups as packed10),
-# and tshark counts the packets and their sequence numbers. Skipped (77) when
-# neither peer is installed.
-# usage: interop_test.sh CCNVT WORK_DIR
+# Peers read our captures: GStreamer's rtpvrawdepay gives back our packed10 frames,
+# tshark our packets in sequence. Skipped (77) without either. usage: interop_test.sh CCNVT WORK_DIR
 set -u
 tool=$(realpath "$1")
 work=$2
@@ -17,10 +14,7 @@ if [ $have_gst -eq 0 ] && [ $have_tshark -eq 0 ]; then
     exit 77
 fi
 failures=0
-fail() {
-    echo "FAIL: $*" >&2
-    failures=$((failures + 1))
-}
+fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 
 frames=2
 "$tool" bars bars.v210 --format v210 --size 1920x1080 --frames $frames || fail "bars"

@@ -1,9 +1,5 @@
-// The reading side of `ccnvt rtp unpack` on arbitrary captures.
-//
-// Input: the frame size (2 bytes: width 2 to 1920 in steps of 2, height 1 to
-// 64), then the capture file. A UserError is the reader's answer to a file
-// it cannot take; anything else (a crash, a sanitizer report, another
-// exception) is a finding. Every frame handed out is a whole v210 frame.
+// `ccnvt rtp unpack`'s reader. Input: width (2 bytes), height (1), the capture.
+// A UserError is an answer; anything else is a finding. Frames are whole v210 frames.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

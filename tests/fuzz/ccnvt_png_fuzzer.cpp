@@ -1,7 +1,5 @@
-// The tool's PNG reader on arbitrary files. A UserError is the reader's
-// answer to a file it cannot take; anything else (a crash, a sanitizer
-// report, another exception) is a finding. A PNG it takes must come out as
-// tight rows of its width and height.
+// The tool's PNG reader: a UserError is an answer, anything else a finding;
+// a PNG it takes comes out as tight rows of its width and height.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

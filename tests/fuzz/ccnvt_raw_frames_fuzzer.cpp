@@ -1,12 +1,6 @@
-// Raw frame files as `ccnvt convert` reads them: any format, size, pitch and
-// frame count, and a file of any length, then the frames through the route
-// to another format.
-//
-// Input: source and target format (1 byte each), width and height (2 each),
-// pitch (1 byte choosing tight, a row plus a little, or any 16- or 64-bit
-// value, then 8), frames wanted (1), then the file. A UserError is the
-// tool's answer to input it cannot take; anything else (a crash, a sanitizer
-// report, another exception) is a finding.
+// Raw frame files through `ccnvt convert`'s route. Input: from, to (1 byte each),
+// width, height (2 each), pitch choice (1) and value (8), frames (1), the file.
+// A UserError is an answer; anything else is a finding.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -18,19 +12,6 @@
 #include "frames.h"
 #include "fuzz_support.h"
 
-namespace {
-
-std::size_t pitch_from(std::uint8_t choice, std::uint64_t value, std::size_t row) {
-    switch (choice % 4) {
-        case 0: return 0;
-        case 1: return row + value % 64;
-        case 2: return value & 0xFFFF;
-        default: return static_cast<std::size_t>(value);
-    }
-}
-
-}  // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     cconvert::fuzz::FuzzInput in(data, size);
     const auto& formats = ccnvt::all_formats();
@@ -40,7 +21,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint8_t pitch_choice = in.byte();
     const auto pitch_value = in.integer<std::uint64_t>();
     const std::size_t wanted = in.byte() % 4;
-    const std::size_t pitch = pitch_from(pitch_choice, pitch_value, from.row_bytes(width));
+    const std::size_t choices[] = {0, from.row_bytes(width) + pitch_value % 64, pitch_value & 0xFFFF,
+                                   static_cast<std::size_t>(pitch_value)};  // tight, padded, any
+    const std::size_t pitch = choices[pitch_choice % 4];
     try {
         ccnvt::check_size(from, width, height);
         ccnvt::check_size(to, width, height);

@@ -15,8 +15,7 @@
 
 namespace cconvert::fuzz {
 
-// Reads values from the front of the input; once it is used up every value
-// reads as 0, so any input is a valid one.
+// Values from the front of the input; 0 once it is used up.
 class FuzzInput {
 public:
     FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), size_(size) {}
@@ -46,9 +45,7 @@ private:
     std::size_t used_ = 0;
 };
 
-// The feature words the kernels are chosen by: portable, SSE-class,
-// AVX2-class and both, less what this processor lacks (the override may only
-// ask for kernels the processor can run).
+// The word the processor has (the override may only ask for what it can run).
 inline unsigned int probed_features() {
     static const unsigned int probed = [] {
         unsetenv("CCNVT_CPU_FEATURES");
@@ -57,7 +54,7 @@ inline unsigned int probed_features() {
     return probed;
 }
 
-// Makes the library's next calls choose their kernels by one of those words.
+// Next calls choose kernels by portable, SSE, AVX2 or both, as far as available.
 inline void use_feature_word(std::uint8_t choice) {
     static const unsigned int words[4] = {0, KV_CPU_SSE, KV_CPU_AVX2, KV_CPU_SSE | KV_CPU_AVX2};
     const unsigned int word = words[choice % 4] & probed_features();
@@ -66,8 +63,7 @@ inline void use_feature_word(std::uint8_t choice) {
     setenv("CCNVT_CPU_FEATURES", text, 1);
 }
 
-// A file that holds the current input, for readers that take a path. One
-// per process, in the temporary folder, removed at exit.
+// A temporary file holding the current input, for readers that take a path.
 class InputFile {
 public:
     InputFile() {

@@ -1,12 +1,6 @@
-// Every registered converter's vector kernels against its portable kernel on
-// sizes and bytes the fuzzer picks.
-//
-// Input: the converter (1 byte, an index into the registry), width and
-// height (4 bytes each, reduced to the converter's steps), then bytes that fill the input frame and the destination's
-// prior contents (repeated when short). The converter runs under feature word
-// 0, then under each word that picks a vector kernel, with ordinary and with
-// non-temporal stores: every run must leave both frames, and the guard bytes
-// past them, exactly as the portable run does.
+// Every registered kernel's vector paths (ordinary and streaming stores) against
+// its portable one. Input: kernel (1 byte), width, height (4 each), then bytes that
+// fill both frames (repeated); both frames and their guards must match.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -24,8 +18,7 @@ constexpr long kWidestRow = 2000;
 constexpr long kTallestFrame = 8;
 constexpr std::uint8_t kGuard = 0xA5;
 
-// A frame of `bytes` plus the converter's slack and a guard band, its bytes
-// taken from the fuzzer's (repeated), the band filled with kGuard.
+// `bytes` plus the slack from the fuzzer's bytes, then a kGuard band.
 std::vector<std::uint8_t> frame_of(std::size_t bytes, const std::uint8_t* fill, std::size_t fill_size,
                                    std::size_t offset) {
     std::vector<std::uint8_t> frame(bytes + cconvert::registry::kSlackBytes + 64, kGuard);

@@ -1,11 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the seed inputs of the fuzz targets into corpus/<target>/.
+"""Writes the hand-made seeds of the fuzz targets into corpus/<target>/.
 
-usage: tests/fuzz/make_seeds.py CCNVT_TOOL
-
-Each seed is a small input that reaches one part of its target. The pcap
-seeds come from `ccnvt rtp pack` (the argument). Rerunning this restores the
-hand-made part of the corpus, not what scripts/fuzz added.
+usage: tests/fuzz/make_seeds.py CCNVT_TOOL   (the pcap seeds come from `ccnvt rtp pack`)
 """
 import os
 import struct
@@ -31,17 +27,15 @@ def rle(decoder, width, height, padding, stream):
 
 
 def rle_seeds():
-    # Encoded runs, an absolute run with its pad byte, end of line, end of bitmap.
+    # Runs, an absolute run and its pad, end of line and of bitmap; a run past the
+    # row and a delta; a stream ending inside a literal.
     rle8 = [3, 7, 0, 3, 1, 2, 3, 0, 0, 0, 2, 9, 0, 0, 200, 4, 0, 1]
-    # A run longer than the row, a delta, a stream that ends inside a literal.
-    rle8_overrun = [20, 5, 0, 0, 4, 6, 0, 2]
     rle4 = [5, 0x1F, 0, 5, 0x12, 0x34, 0x50, 0, 0, 0, 3, 0xAB, 0, 1]
-    truncated = [0, 9, 1, 2, 3]
-    write("rle", "rle8_rgb24", rle(0, 8, 3, 0, rle8))
-    write("rle", "rle4_rgb24", rle(1, 7, 2, 3, rle4))
-    write("rle", "rle4_rgba32_bottom_up", rle(2, 9, 0x82, 1, rle4))
-    write("rle", "rle8_rgba32_overrun", rle(3, 4, 3, 0, rle8_overrun))
-    write("rle", "rle8_rgba32_truncated_literal", rle(3, 6, 1, 2, truncated))
+    for name, seed in [("rle8_rgb24", rle(0, 8, 3, 0, rle8)), ("rle4_rgb24", rle(1, 7, 2, 3, rle4)),
+                       ("rle4_rgba32_bottom_up", rle(2, 9, 0x82, 1, rle4)),
+                       ("rle8_rgba32_overrun", rle(3, 4, 3, 0, [20, 5, 0, 0, 4, 6, 0, 2])),
+                       ("rle8_rgba32_truncated_literal", rle(3, 6, 1, 2, [0, 9, 1, 2, 3]))]:
+        write("rle", name, seed)
 
 
 # ---- ST 2110 segments: features, phase, pairs, length, seed, payload ----
@@ -51,21 +45,18 @@ def segment(features, phase_choice, pairs, length, payload):
 
 
 def segment_seeds():
-    payload = bytes(range(0, 250, 3)) * 2
-    write("st2110_segment", "phase0", segment(3, 0, 12, 0xFFFF, payload))
-    write("st2110_segment", "phase2_short_payload", segment(0, 1, 7, 23, payload))
-    write("st2110_segment", "phase4_no_pairs", segment(1, 2, 0, 10, payload))
-    write("st2110_segment", "odd_phase_negative_count", segment(2, 3, -5, 40, payload))
+    for name, *values in [("phase0", 3, 0, 12, 0xFFFF), ("phase2_short_payload", 0, 1, 7, 23),
+                          ("phase4_no_pairs", 1, 2, 0, 10), ("odd_phase_negative_count", 2, 3, -5, 40)]:
+        write("st2110_segment", name, segment(*values, bytes(range(0, 250, 3)) * 2))
 
 
 # ---- packed10 streams: entry and features, bit offset, count, stream ----
 
 def stream_seeds():
     data = bytes((i * 29 + 7) & 0xFF for i in range(64))
-    write("packed10_stream", "low8_offset3", bytes([1]) + struct.pack("<iH", 3, 40) + data)
-    write("packed10_stream", "low8_negative_offset", bytes([7]) + struct.pack("<iH", -17, 25) + data)
-    write("packed10_stream", "y10_two_steps", bytes([0]) + struct.pack("<iH", 0, 30) + data)
-    write("packed10_stream", "y10_partial_step", bytes([6]) + struct.pack("<iH", 0, 47) + data)
+    for name, entry, offset, count in [("low8_offset3", 1, 3, 40), ("low8_negative_offset", 7, -17, 25),
+                                       ("y10_two_steps", 0, 0, 30), ("y10_partial_step", 6, 0, 47)]:
+        write("packed10_stream", name, bytes([entry]) + struct.pack("<iH", offset, count) + data)
 
 
 # ---- PNG ----
@@ -74,9 +65,9 @@ def chunk(kind, body):
     return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body) & 0xFFFFFFFF)
 
 
-def png(width, height, depth, colour, rows, interlace=0, extra=b""):
+def png(width, height, depth, colour, rows, interlace=0, extra=b"", raw=None):
     header = struct.pack(">IIBBBBB", width, height, depth, colour, 0, 0, interlace)
-    raw = b"".join(b"\0" + row for row in rows)
+    raw = b"".join(b"\0" + row for row in rows) if raw is None else raw
     return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + extra +
             chunk(b"IDAT", zlib.compress(raw)) + chunk(b"IEND", b""))
 
@@ -87,29 +78,16 @@ def png_seeds():
     write("ccnvt_png", "grey1", png(9, 2, 1, 0, [b"\xA5\x80", b"\x5A\x00"]))
     write("ccnvt_png", "palette_trns",
           png(4, 1, 2, 3, [b"\x1B"], extra=chunk(b"PLTE", bytes(range(12))) + chunk(b"tRNS", b"\x00\x80")))
-    # Found: a header of 30000 x 30000 16-bit RGBA pixels over a 100-byte file
-    # made the reader set aside 7.2 GB before reading any pixel.
+    # Found: a 30000x30000 RGBA64 header in 100 bytes made the reader set aside 7.2 GB.
     write("ccnvt_png", "header_larger_than_file", png_bomb())
-    # Found: an sPLT chunk declaring 1.6 GB in a 48-byte file made libpng set
-    # that much aside before reading it.
+    # Found: an sPLT chunk declaring 1.6 GB in a 48-byte file made libpng set it aside.
     header = struct.pack(">IIBBBBB", 2, 2, 16, 6, 0, 0, 0)
     write("ccnvt_png", "chunk_longer_than_file", b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
           struct.pack(">I", 0x62666165) + b"sPLT" + b"palette\0\x10")
-    # Adam7: seven passes over an 8 x 8 grey-alpha picture.
-    write("ccnvt_png", "interlaced_grey_alpha", png_interlaced(8, 8))
-
-
-def png_interlaced(width, height):
     passes = [(0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2)]
-    raw = b""
-    for x0, y0, dx, dy in passes:
-        columns = len(range(x0, width, dx))
-        for y in range(y0, height, dy):
-            if columns:
-                raw += b"\0" + bytes((x * 16 + y) & 0xFF for x in range(2 * columns))
-    header = struct.pack(">IIBBBBB", width, height, 8, 4, 0, 0, 1)
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(raw)) +
-            chunk(b"IEND", b""))
+    raw = b"".join(b"\0" + bytes((x * 16 + y) & 0xFF for x in range(2 * len(range(x0, 8, dx))))
+                   for x0, y0, dx, dy in passes for y in range(y0, 8, dy))
+    write("ccnvt_png", "interlaced_grey_alpha", png(8, 8, 8, 4, [], interlace=1, raw=raw))  # Adam7
 
 
 # ---- pcap: width choice, width scale, height, capture ----
@@ -127,10 +105,7 @@ def pcap_seeds(tool):
             with open(capture, "rb") as f:
                 data = f.read()
             # width = 2 * (1 + choice % 96) * (1 or 10 by the second byte)
-            if width <= 192:
-                head = bytes([width // 2 - 1, 0, height - 1])
-            else:
-                head = bytes([width // 20 - 1, 1, height - 1])
+            head = bytes([width // 2 - 1, 0] if width <= 192 else [width // 20 - 1, 1]) + bytes([height - 1])
             write("ccnvt_pcap", name, head + data)
 
 
@@ -142,15 +117,14 @@ def raw(source, target, width, height, pitch_choice, pitch, frames, size):
 
 
 def raw_seeds():
-    # Indices into the tool's format table: 0 2vuy, 1 v210, 15 packed10,
-    # 16 rgba32, 18 rgb24, 3 i420.
-    write("ccnvt_raw_frames", "2vuy_to_v210", raw(0, 1, 12, 2, 0, 0, 0, 48))
-    write("ccnvt_raw_frames", "rgb24_pitched_to_rgba32", raw(18, 16, 5, 3, 1, 3, 2, 2 * 3 * 18))
-    write("ccnvt_raw_frames", "packed10_to_v210", raw(15, 1, 8, 2, 0, 0, 0, 40))
-    write("ccnvt_raw_frames", "i420_pitch_refused", raw(3, 0, 4, 2, 2, 6, 0, 12))
-    # Found: a pitch of 2^63 over two rows made the frame size wrap to 0 and
-    # the frame count divide by it.
-    write("ccnvt_raw_frames", "pitch_times_height_wraps", raw(16, 18, 2, 2, 3, 1 << 63, 0, 32))
+    # Format table indices: 0 2vuy, 1 v210, 3 i420, 15 packed10, 16 rgba32, 18 rgb24.
+    for name, *values in [("2vuy_to_v210", 0, 1, 12, 2, 0, 0, 0, 48),
+                          ("rgb24_pitched_to_rgba32", 18, 16, 5, 3, 1, 3, 2, 2 * 3 * 18),
+                          ("packed10_to_v210", 15, 1, 8, 2, 0, 0, 0, 40),
+                          ("i420_pitch_refused", 3, 0, 4, 2, 2, 6, 0, 12),
+                          # Found: a pitch of 2^63 over two rows wrapped the frame size to 0.
+                          ("pitch_times_height_wraps", 16, 18, 2, 2, 3, 1 << 63, 0, 32)]:
+        write("ccnvt_raw_frames", name, raw(*values))
 
 
 def png_bomb():

@@ -1,12 +1,6 @@
-// The 10-bit sample streams: ccnvt_YCbCr10Packed_to_low8_from10 (a bit
-// reader from any bit offset) and ccnvt_Y10Packed_to_v210 (15-byte steps to
-// v210 groups), on arbitrary streams, offsets and counts.
-//
-// Input: entry point and feature word (1 byte), bit offset (4, any int),
-// count (2), then the stream. Each entry point gets a source buffer of
-// exactly the bytes it may read, on the heap, and a destination of exactly
-// the bytes it may write; a model written from the stream rules (samples of
-// ten bits, most significant bit first) gives the bytes expected.
+// ccnvt_YCbCr10Packed_to_low8_from10 and ccnvt_Y10Packed_to_v210 against a model
+// (10-bit samples, MSB first). Input: entry and feature word (1), bit offset (4),
+// count (2), the stream; buffers hold exactly what may be read or written.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -31,8 +25,7 @@ std::uint32_t sample_at(const std::vector<std::uint8_t>& stream, std::int64_t fi
     return value;
 }
 
-// A buffer of exactly `size` bytes whose first bytes are the fuzzer's, the
-// rest zero.
+// Exactly `size` bytes: the fuzzer's, then zeros.
 std::vector<std::uint8_t> exactly(const cconvert::fuzz::FuzzInput& in, std::size_t size) {
     std::vector<std::uint8_t> bytes(size, 0);
     const std::size_t given = std::min(size, in.rest_size());

@@ -1,7 +1,4 @@
-// Replays fuzz inputs without the fuzzer: every file named on the command
-// line, or found in a folder named there, goes once through the target's
-// LLVMFuzzerTestOneInput. A crash, a sanitizer report or an escaping
-// exception fails the run, as it would under the fuzzer.
+// Replays each file named, or in a folder named, through LLVMFuzzerTestOneInput once.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>

@@ -1,18 +1,7 @@
-// The RLE4 and RLE8 decoders on hostile streams.
-//
-// Input: decoder (1 byte), width (4), height (1), row padding (1), then the
-// stream. The stream's even-length part is followed by 129 end-of-bitmap
-// codes: an absolute run that begins in the fuzzer's bytes consumes at most
-// 256 bytes (255 indices and a pad byte) and codes start at even offsets, so
-// decoding always meets an end of bitmap inside the buffer.
-//
-// Three decoders clip every run at the row's end; ccnvt_rle8_rgba32 writes
-// every run whole, past the row and the frame if the stream says so, which
-// the caller must allow for. So a model decoder written from the stream rules
-// first finds the furthest byte the rules let the decoder write, and the
-// frame is allocated to end exactly there (or at the last row's end): a write
-// beyond it is stopped by AddressSanitizer, and the model's frame must equal
-// the library's byte for byte.
+// The RLE decoders on hostile streams. Input: decoder (1), width (4), height (1),
+// padding (1), the stream, then 129 end-of-bitmap codes (an absolute run reads at
+// most 256 bytes, so decoding always ends inside). ccnvt_rle8_rgba32 does not clip
+// runs: the frame ends exactly at the furthest byte the model writes.
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -38,8 +27,7 @@ const Decoder kDecoders[] = {{ccnvt_rle8_rgb24, false, true, 3},
                              {ccnvt_rle4_rgba32, true, true, 4},
                              {ccnvt_rle8_rgba32, false, false, 4}};
 
-// The stream rules, with every pixel written at a byte offset from the
-// bottom row's start handed to put(offset, palette index).
+// put(offset from the bottom row, palette index) for each pixel drawn.
 template <class Put>
 void model_decode(const Decoder& d, const std::uint8_t* stream, long width, long rows, long pitch, Put put) {
     long row = 0, x = 0, lines_ended = 0;
@@ -78,8 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const long width = in.in_range(1, 300);
     const std::uint8_t height_byte = in.byte();
     const long rows = 1 + height_byte % 40;
-    // The clipped decoders walk |height| rows; the unclipped one finds its
-    // bottom row from the height as passed and needs it positive.
+    // The unclipped decoder needs a positive height.
     const long height = (height_byte & 0x80) && d.clipped ? -rows : rows;
     const long row_bytes = d.pixel_bytes * width;
     const long pitch = row_bytes + in.byte() % 8;

@@ -1,13 +1,6 @@
-// ccnvt_4175_to_v210 on arbitrary payloads, lengths, pair counts and phases.
-//
-// Input: feature word (1 byte), phase (1), pair count (2), payload length
-// (2), a seed for the destination's prior contents (1), then the payload.
-// The payload length runs from a little below zero to the bytes given, and
-// the payload is held on the heap at exactly that length: bytes past it read
-// as 0 and may not be looked at. The destination holds the groups that the
-// lead-in and the pair count reach, and a guard group. A model written from
-// the segment rules decodes the payload pair by pair into a copy of the
-// destination; the two must agree to the byte, guard included.
+// ccnvt_4175_to_v210 against a model. Input: feature word, phase (1 each), pairs,
+// length (2 each, length -8 .. given; bytes past it read as 0), a fill seed (1),
+// the payload. The destination ends with a guard group.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -19,8 +12,7 @@
 
 namespace {
 
-// Pair k of the payload (five bytes, Cb Y0 Cr Y1 of ten bits, most
-// significant bit first), zero past the length.
+// Pair k: Cb Y0 Cr Y1 of ten bits, MSB first, zero past the length.
 void model_pair(const std::uint8_t* payload, long length, long k, std::uint32_t s[4]) {
     std::uint64_t bits = 0;
     for (long i = 0; i < 5; ++i) {
@@ -37,9 +29,7 @@ std::uint32_t get(const std::uint8_t* group, int word) {
 }
 void set(std::uint8_t* group, int word, std::uint32_t value) { std::memcpy(group + 4 * word, &value, 4); }
 
-// The pair whose first pixel sits at position 0, 2 or 4 of its group; only
-// its own fields change (bits 30-31 cleared in the words written, but for
-// word 1 when only its low field is).
+// Pair at group position 0, 2 or 4: only its fields change (bits 30-31 cleared).
 void model_merge(std::uint8_t* group, int position, const std::uint32_t s[4]) {
     if (position == 0) {
         set(group, 0, s[0] | s[1] << 10 | s[2] << 20);
@@ -59,8 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     cconvert::fuzz::FuzzInput in(data, size);
     cconvert::fuzz::use_feature_word(in.byte());
     const std::uint8_t phase_choice = in.byte();
-    // 0, 2 and 4 are the positions a segment can start at; any other value
-    // is taken as 0.
+    // Phases 0, 2, 4; anything else counts as 0.
     std::uint64_t phase = phase_choice % 4 < 3 ? 2u * (phase_choice % 4) : phase_choice * 0x0101010101010101ull;
     const auto pair_count = static_cast<std::int64_t>(in.integer<std::int16_t>()) % 1200;
     const std::uint16_t length_choice = in.integer<std::uint16_t>();

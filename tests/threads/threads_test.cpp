@@ -1,18 +1,7 @@
-// Converters on many threads at once.
-//
-// First use: the converters whose first call fills shared state (the 8- and
-// 10-bit decoder tables, the half-float row code and HDR curves, the probed
-// processor feature word, ccvnt_open's byte) are called for the first time
-// in the process by several threads released together; every thread's
-// output must equal the output of a single-threaded call made afterwards.
-// "First" holds because this program links nothing that calls the library
-// before a test starts and CTest runs each test in a process of its own
-// (tests/CMakeLists.txt). Under ThreadSanitizer (scripts/tsan) any
-// unsynchronised fill is reported.
-//
-// Bands: the packed10 frame drivers take a band of rows so that a host can
-// split a frame among threads; one frame converted by several threads at
-// once, a band each, must give the single-threaded bytes.
+// Converters on many threads at once. First use: converters whose first call fills
+// shared state are first called by threads released together (CTest runs each test
+// in its own process; scripts/tsan reports unsynchronised fills). Bands: one
+// packed10 frame split among threads gives the single-threaded bytes.
 #include <atomic>
 #include <functional>
 #include <latch>
@@ -51,8 +40,7 @@ constexpr long kWidth = 96, kHeight = 8, kV210Pitch = 128 * 2;
 // The ST 2084 v210 converters read each row's groups one byte late: 16 bytes to spare.
 const Bytes uyvy = random_bytes(2 * kWidth * kHeight, 11), v210 = random_bytes(kV210Pitch * kHeight + 16, 12);
 
-// One conversion of a fixed frame into an output of `bytes` bytes.
-struct FirstUse {
+struct FirstUse {  // one conversion of a fixed frame into `bytes` bytes
     std::string name;
     long bytes;
     std::function<void(unsigned char* out)> convert;
@@ -60,41 +48,31 @@ struct FirstUse {
 
 void PrintTo(const FirstUse& use, std::ostream* out) { *out << use.name; }
 
-const FirstUse kFirstUses[] = {
-    {"Reduced2vuyToRgb", 4 * kWidth * kHeight,  // 8-bit tables
-     [](unsigned char* out) { ccnvt_yuv422_rgb24(out, 4 * kWidth, uyvy.data(), 2 * kWidth, kWidth, kHeight, 2); }},
-    {"ReducedV210ToRgb", 3 * kWidth * kHeight,  // 8-bit tables through the v210 reader
-     [](unsigned char* out) { ccnvt_v210_rgb24(out, 3 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 3); }},
-    {"V210ToRgbWith10BitTables", 4 * kWidth * kHeight,
-     [](unsigned char* out) {
-         Bytes source = v210;
-         _v210_to_rgb(source.data(), out, kWidth, kHeight, 4 * kWidth, 1);
-     }},
-    {"HalfFloatFrom10Bit", 8 * kWidth * kHeight,  // the row code chosen once per process
-     [](unsigned char* out) {
-         yCbCr10_to_halffloat(out, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 1, 0);
-     }},
-    {"HalfFloatFrom8Bit", 8 * kWidth * kHeight,
-     [](unsigned char* out) { yCbCr8_to_halffloat(out, 8 * kWidth, uyvy.data(), 2 * kWidth, kWidth, kHeight, 9, 1); }},
-    {"SdrToHdrPq", 8 * kWidth * kHeight,  // the HDR curves
-     [](unsigned char* out) {
-         yCbCr10_to_halffloat_sdr_to_hdr(out, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 0);
-     }},
-    {"SdrToHdrHlg", 8 * kWidth * kHeight,
-     [](unsigned char* out) {
-         yCbCr10_to_halffloat_sdr_to_hdr(out, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 1);
+constexpr long kPixels = kWidth * kHeight;
+const FirstUse kFirstUses[] = {  // 8- and 10-bit tables, half-float row code, HDR curves, feature word, open
+    {"Reduced2vuyToRgb", 4 * kPixels,
+     [](unsigned char* o) { ccnvt_yuv422_rgb24(o, 4 * kWidth, uyvy.data(), 2 * kWidth, kWidth, kHeight, 2); }},
+    {"ReducedV210ToRgb", 3 * kPixels,
+     [](unsigned char* o) { ccnvt_v210_rgb24(o, 3 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 3); }},
+    {"V210ToRgbWith10BitTables", 4 * kPixels,
+     [](unsigned char* o) { Bytes in = v210; _v210_to_rgb(in.data(), o, kWidth, kHeight, 4 * kWidth, 1); }},
+    {"HalfFloatFrom10Bit", 8 * kPixels,
+     [](unsigned char* o) { yCbCr10_to_halffloat(o, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 1, 0); }},
+    {"HalfFloatFrom8Bit", 8 * kPixels,
+     [](unsigned char* o) { yCbCr8_to_halffloat(o, 8 * kWidth, uyvy.data(), 2 * kWidth, kWidth, kHeight, 9, 1); }},
+    {"SdrToHdrHlg", 8 * kPixels,  // the PQ and HLG curves are filled together
+     [](unsigned char* o) {
+         yCbCr10_to_halffloat_sdr_to_hdr(o, 8 * kWidth, v210.data(), kV210Pitch, kWidth, kHeight, 1);
      }},
     {"St2084V210", kV210Pitch * kHeight + 16,
-     [](unsigned char* out) { ccnvt_v210_to_st2084(out, v210.data(), kV210Pitch, kV210Pitch, kHeight); }},
-    {"Packed10Driver", 2 * kWidth * kHeight,  // the probed feature word
-     [](unsigned char* out) {
-         Bytes source(v210.begin(), v210.begin() + 5 * kWidth / 2 * kHeight);
-         kv_ycbcr422_packed10_to_uyvy(source.data(), 0, kWidth, 0, kHeight, out, 0);
+     [](unsigned char* o) { ccnvt_v210_to_st2084(o, v210.data(), kV210Pitch, kV210Pitch, kHeight); }},
+    {"Packed10Driver", 2 * kPixels, [](unsigned char* o) {
+         Bytes in(v210.begin(), v210.begin() + 5 * kPixels / 2);
+         kv_ycbcr422_packed10_to_uyvy(in.data(), 0, kWidth, 0, kHeight, o, 0);
      }},
-    {"Open", 2, [](unsigned char* out) {
-         out[0] = static_cast<unsigned char>(ccvnt_open(1, 2, 3, 4));
-         // Other threads may be storing the byte: read it as the library writes it.
-         out[1] = std::atomic_ref<unsigned char>(use_MMX).load();
+    {"Open", 2, [](unsigned char* o) {  // read use_MMX as the library writes it
+         o[0] = static_cast<unsigned char>(ccvnt_open(1, 2, 3, 4));
+         o[1] = std::atomic_ref<unsigned char>(use_MMX).load();
      }},
 };
 
@@ -122,8 +100,7 @@ struct BandedDriver {
     std::string name;
     int source_pitch, destination_pitch;
     bool fields;
-    // Converts rows [first, end) of the frame.
-    void (*convert)(unsigned char* source, unsigned char* destination, int first, int end, bool fields);
+    void (*convert)(unsigned char* in, unsigned char* out, int first, int end, bool fields);  // rows [first, end)
 };
 
 void PrintTo(const BandedDriver& driver, std::ostream* out) { *out << driver.name; }
@@ -156,7 +133,6 @@ class OneFrameInBands : public testing::TestWithParam<BandedDriver> {};
 
 TEST_P(OneFrameInBands, ThreadsOnBandsGiveTheSingleThreadedFrame) {
     const BandedDriver& d = GetParam();
-    // Room past the last row: whole groups and pairs reach a little beyond.
     Bytes source = random_bytes(std::size_t(d.source_pitch) * kFrameRows + 64, 21);
     // Uneven bands, one of them across the second field's start (row 30).
     auto band_start = [](int t) { return t == 0 ? 0 : t == kThreads ? kFrameRows : kFrameRows * t / kThreads + 1; };

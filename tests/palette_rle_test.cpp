@@ -99,8 +99,9 @@ std::vector<unsigned char> random_stream(int bits, long width, long rows, long o
             x += n;
         }
         if (stop_here) {
-            auto byte = [&] { return static_cast<unsigned>(pick(0, 255)); };
-            return (ending == 1 ? stream.end_of_bitmap() : stream.delta(byte(), byte())).bytes();
+            if (ending == 1) return stream.end_of_bitmap().bytes();
+            const auto right = static_cast<unsigned>(pick(0, 255));  // drawn in order: the stream is the same on every compiler
+            return stream.delta(right, static_cast<unsigned>(pick(0, 255))).bytes();
         }
         stream.end_of_line();
     }

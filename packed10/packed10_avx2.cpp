@@ -21,10 +21,10 @@ inline __m256i both_halves(const void* table) {
     return _mm256_broadcastsi128_si256(load128(table));
 }
 
-// 16 bytes at low in the low half, 16 bytes at high in the high half.
+// A table whose low half is low and high half is high.
 CCNVT_TARGET_AVX2
-inline __m256i load_halves(const unsigned char* low, const unsigned char* high) {
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(low)), loadu128(high), 1);
+inline __m256i table_halves(const void* low, const void* high) {
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(load128(low)), load128(high), 1);
 }
 
 // Stores the halves of v 16 bytes each at low and high (either may carry
@@ -39,22 +39,25 @@ inline void store_halves(unsigned char* low, unsigned char* high, __m256i v) {
 // its 16, the high half those at bytes 8-15.
 CCNVT_TARGET_AVX2
 inline __m256i uyvy_to_pairs256(__m256i in) {
-    const __m256i to_lanes = _mm256_inserti128_si256(_mm256_castsi128_si256(load128(kUyvyPairsToLanes)),
-                                                     load128(kUyvyUpperPairsToLanes), 1);
+    const __m256i to_lanes = table_halves(kUyvyPairsToLanes, kUyvyUpperPairsToLanes);
     const __m256i halves = _mm256_madd_epi16(_mm256_shuffle_epi8(in, to_lanes), both_halves(kUyvyLaneScale));
     return _mm256_or_si256(_mm256_shuffle_epi8(halves, both_halves(kPackHighBytes)),
                            _mm256_shuffle_epi8(halves, both_halves(kPackLowBytes)));
 }
 
-// group_to_v210 on each half: one packed10 group to one v210 group per half.
+// group_to_v210 on each half: the group one byte into the low half and the
+// one at the start of the high half (two neighbouring groups, loaded together
+// from the byte before the first).
 CCNVT_TARGET_AVX2
 inline __m256i groups_to_v210(__m256i in) {
-    __m256i outer = _mm256_mullo_epi16(_mm256_shuffle_epi8(in, both_halves(kGroupOuterBytes)),
-                                       both_halves(kGroupOuterScale));
+    constexpr ByteTable low_outer_bytes = skewed(kGroupOuterBytes, 1);
+    constexpr ByteTable low_middle_bytes = skewed(kGroupMiddleBytes, 1);
+    const __m256i outer_bytes = table_halves(low_outer_bytes.bytes, kGroupOuterBytes);
+    const __m256i middle_bytes = table_halves(low_middle_bytes.bytes, kGroupMiddleBytes);
+    __m256i outer = _mm256_mullo_epi16(_mm256_shuffle_epi8(in, outer_bytes), both_halves(kGroupOuterScale));
     outer = _mm256_and_si256(_mm256_mulhi_epu16(outer, both_halves(kGroupOuterDown)),
                              both_halves(kGroupOuterMask));
-    __m256i middle = _mm256_sllv_epi32(_mm256_shuffle_epi8(in, both_halves(kGroupMiddleBytes)),
-                                       both_halves(kGroupMiddleShift));
+    __m256i middle = _mm256_sllv_epi32(_mm256_shuffle_epi8(in, middle_bytes), both_halves(kGroupMiddleShift));
     middle = _mm256_and_si256(middle, _mm256_set1_epi32(kMiddleFieldMask));
     return _mm256_or_si256(outer, middle);
 }
@@ -77,14 +80,19 @@ enum class LastAccess { Full, Bounded };
 
 // Eight pairs (40 bytes) to 32 bytes of 2vuy. The halves take pairs p, p+1 |
 // p+4, p+5 and p+2, p+3 | p+6, p+7, so that the per-half pack puts the eight
-// pairs in order.
+// pairs in order. Each set of four pairs comes from one 32-byte load (at pair
+// p and p+2), the high half's pairs four bytes into their half; at the end of
+// the line the second load stops at the step's last pair.
 template <LastAccess last>
 CCNVT_TARGET_AVX2 inline void packed10_to_uyvy_step(const unsigned char* in, unsigned char* out) {
-    const __m256i to_lanes = both_halves(kPairBytesToLanes);
+    constexpr ByteTable high_to_lanes = skewed(kPairBytesToLanes, 4);
+    const __m256i to_lanes = table_halves(kPairBytesToLanes, high_to_lanes.bytes);
     const __m256i scale = both_halves(kPairLaneScale);
-    const __m128i last_pairs = last == LastAccess::Full ? loadu128(in + 30) : load_partial128(in + 30, 10);
-    const __m256i first = load_halves(in, in + 20);
-    const __m256i second = _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(in + 10)), last_pairs, 1);
+    const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));
+    const __m256i second = last == LastAccess::Full
+                               ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + 10))
+                               : _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(in + 10)),
+                                                         load_partial128(in + 26, 14), 1);
     const __m256i even = _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_shuffle_epi8(first, to_lanes), scale), 8);
     const __m256i odd = _mm256_srli_epi16(_mm256_mullo_epi16(_mm256_shuffle_epi8(second, to_lanes), scale), 8);
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), _mm256_packus_epi16(even, odd));
@@ -104,12 +112,24 @@ CCNVT_TARGET_AVX2 inline void uyvy_to_packed10_step(const unsigned char* in, uns
         store_partial128(out + 30, _mm256_extracti128_si256(second, 1), 10);
 }
 
-// Four packed10 groups (60 bytes) to four v210 groups (64 bytes).
-template <LastAccess last>
+// Four packed10 groups (60 bytes) to four v210 groups (64 bytes), two groups
+// to a 32-byte load that starts a byte before them. The first step of a line
+// may not read that byte, and shifts it in; the last may read nothing past
+// its groups.
+enum class FirstAccess { Plain, LineStart };
+
+template <FirstAccess first, LastAccess last>
 CCNVT_TARGET_AVX2 inline void packed10_to_v210_step(const unsigned char* in, unsigned char* out) {
-    const __m128i last_group = last == LastAccess::Full ? loadu128(in + 45) : load_partial128(in + 45, 15);
-    const __m256i last_two = _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(in + 30)), last_group, 1);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), groups_to_v210(load_halves(in, in + 15)));
+    const __m256i first_two =
+        first == FirstAccess::Plain
+            ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in - 1))
+            : _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_slli_si128(loadu128(in), 1)),
+                                      loadu128(in + 15), 1);
+    const __m256i last_two = last == LastAccess::Full
+                                 ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in + 29))
+                                 : _mm256_inserti128_si256(_mm256_castsi128_si256(loadu128(in + 29)),
+                                                           load_partial128(in + 45, 15), 1);
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), groups_to_v210(first_two));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 32), groups_to_v210(last_two));
 }
 
@@ -139,7 +159,7 @@ void kv_ycbcr422_packed10_to_uyvy_line_avx(const unsigned char* source, unsigned
     const int pairs = width > 0 ? width / 2 : 0;
     const std::size_t readable = std::size_t{kPacked10BytesPerPair} * pairs;
     int p = 0;
-    for (; p + 8 <= pairs && 5 * std::size_t(p) + 46 <= readable; p += 8)
+    for (; p + 8 <= pairs && 5 * std::size_t(p) + 42 <= readable; p += 8)
         packed10_to_uyvy_step<LastAccess::Full>(source + 5 * p, destination + 4 * p);
     if (p + 8 <= pairs) {
         packed10_to_uyvy_step<LastAccess::Bounded>(source + 5 * p, destination + 4 * p);
@@ -172,10 +192,17 @@ void kv_ycbcr422_packed10_to_v210_line_avx(const unsigned char* source, unsigned
     // The portable kernel reads a whole group for a partial one.
     const std::size_t readable = std::size_t{kPacked10BytesPerV210Group} * (groups + (rest != 0 ? 1 : 0));
     int g = 0;
-    for (; g + 4 <= groups && 15 * std::size_t(g) + 61 <= readable; g += 4)
-        packed10_to_v210_step<LastAccess::Full>(source + 15 * g, destination + 16 * g);
     if (g + 4 <= groups) {
-        packed10_to_v210_step<LastAccess::Bounded>(source + 15 * g, destination + 16 * g);
+        if (61 <= readable)
+            packed10_to_v210_step<FirstAccess::LineStart, LastAccess::Full>(source, destination);
+        else
+            packed10_to_v210_step<FirstAccess::LineStart, LastAccess::Bounded>(source, destination);
+        g += 4;
+    }
+    for (; g + 4 <= groups && 15 * std::size_t(g) + 61 <= readable; g += 4)
+        packed10_to_v210_step<FirstAccess::Plain, LastAccess::Full>(source + 15 * g, destination + 16 * g);
+    if (g + 4 <= groups) {
+        packed10_to_v210_step<FirstAccess::Plain, LastAccess::Bounded>(source + 15 * g, destination + 16 * g);
         g += 4;
     }
     kv_ycbcr422_packed10_to_v210_line_sse(source + 15 * g, destination + 16 * g, width - 6 * g);

@@ -85,6 +85,17 @@ alignas(16) inline constexpr char kEvenChunkBytes[16] = {6, 5, 4, 3, Z, Z, Z, 15
 alignas(16) inline constexpr char kOddChunkBytes[16] = {Z, Z, Z, 4, 3, 2, 1, 0,
                                                         Z, Z, Z, 11, 10, 9, 8, Z};
 
+// A byte table that picks the same bytes from data starting k bytes later in
+// the vector (zero entries stay zero).
+struct ByteTable {
+    alignas(16) char bytes[16];
+};
+constexpr ByteTable skewed(const char (&table)[16], int k) {
+    ByteTable result{};
+    for (int i = 0; i < 16; ++i) result.bytes[i] = table[i] == Z ? Z : static_cast<char>(table[i] + k);
+    return result;
+}
+
 // ---- 128-bit helpers ----
 
 CCNVT_TARGET_SSE

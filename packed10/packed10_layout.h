@@ -71,13 +71,6 @@ inline void packed10_write_pair(unsigned char* pair,
 // The pair whose first pixel is at position 0, 2 or 4 of a v210 group holds
 // the group's stream samples 2 * position .. 2 * position + 3.
 
-inline void v210_read_pair(const unsigned char* group, std::uint32_t position,
-                           std::uint16_t samples[kPacked10SamplesPerPair]) {
-    std::uint16_t group_samples[kV210SamplesPerGroup];
-    v210_read_group(group, group_samples);
-    std::memcpy(samples, group_samples + 2 * position, sizeof(std::uint16_t) * kPacked10SamplesPerPair);
-}
-
 // Places one pair into a v210 group, touching only the pair's own fields, so
 // that a group can be completed by later calls (segments whose boundaries fall
 // inside a group). Bits 30-31 are cleared in each word written, except in

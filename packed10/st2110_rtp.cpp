@@ -27,14 +27,14 @@ constexpr unsigned char kPayloadType = 96;
 constexpr unsigned char kMarker = 0x80;
 constexpr std::uint32_t kSrdField15Bits = 0x7FFF;  // row and offset fields (F and C bits 0)
 
-void put_be16(unsigned char* bytes, std::uint32_t value) {
-    bytes[0] = static_cast<unsigned char>(value >> 8);
-    bytes[1] = static_cast<unsigned char>(value);
+void put_be(unsigned char* bytes, std::uint64_t value) {
+    value = __builtin_bswap64(value);
+    std::memcpy(bytes, &value, sizeof value);
 }
 
-void put_be32(unsigned char* bytes, std::uint32_t value) {
-    put_be16(bytes, value >> 16);
-    put_be16(bytes + 2, value);
+void put_be(unsigned char* bytes, std::uint32_t value) {
+    value = __builtin_bswap32(value);
+    std::memcpy(bytes, &value, sizeof value);
 }
 
 struct PacketHeader {
@@ -44,34 +44,38 @@ struct PacketHeader {
     std::uint32_t srd_length, row, offset;
 };
 
+// The 20 header bytes as three big-endian words (built in registers: the
+// bytes written one by one were gathered on the stack and read back, a stall
+// per packet).
 void write_header(unsigned char* slot, const PacketHeader& header) {
-    slot[0] = kVersion2WithExtension;
-    slot[1] = kPayloadType;
-    put_be16(slot + 2, header.sequence);
-    put_be32(slot + 4, header.timestamp);
-    put_be32(slot + 8, header.ssrc);
-    put_be16(slot + 12, header.extended_sequence);
-    put_be16(slot + 14, header.srd_length);
-    put_be16(slot + 16, header.row & kSrdField15Bits);
-    put_be16(slot + 18, header.offset & kSrdField15Bits);
+    const std::uint64_t first = std::uint64_t{kVersion2WithExtension} << 56 | std::uint64_t{kPayloadType} << 48 |
+                                std::uint64_t{header.sequence} << 32 | header.timestamp;
+    const std::uint64_t second = std::uint64_t{header.ssrc} << 32 | std::uint64_t{header.extended_sequence} << 16 |
+                                 (header.srd_length & 0xFFFF);
+    const std::uint32_t third = (header.row & kSrdField15Bits) << 16 | (header.offset & kSrdField15Bits);
+    put_be(slot, first);
+    put_be(slot + 8, second);
+    put_be(slot + 16, third);
 }
 
 // The pixel pairs first_pixel, first_pixel + 2, ... (pairs of them) of a v210
-// line to packed10: those before the next group boundary one at a time, the
-// rest by the line kernel, which converts the pairs whose first pixel lies
-// inside the width it is given.
+// line to packed10 by the line kernel, which converts the pairs whose first
+// pixel lies inside the width it is given. A start inside a group converts
+// that group aside and keeps the bytes of its pairs from first_pixel on.
 void v210_pairs_to_packed10(LineKernel kernel, const unsigned char* line, std::uint32_t first_pixel,
                             std::uint32_t pairs, unsigned char* packed10) {
-    std::uint32_t pixel = first_pixel;
-    for (; pairs > 0 && pixel % kV210PixelsPerGroup != 0; --pairs, pixel += 2) {
-        std::uint16_t samples[kPacked10SamplesPerPair];
-        v210_read_pair(line + std::size_t{kV210BytesPerGroup} * (pixel / kV210PixelsPerGroup),
-                       pixel % kV210PixelsPerGroup, samples);
-        packed10_write_pair(packed10, samples);
-        packed10 += kPacked10BytesPerPair;
+    const unsigned char* group = line + std::size_t{kV210BytesPerGroup} * (first_pixel / kV210PixelsPerGroup);
+    const std::uint32_t position = first_pixel % kV210PixelsPerGroup;
+    if (position != 0 && pairs > 0) {
+        unsigned char whole[kPacked10BytesPerV210Group];
+        kernel(group, whole, static_cast<int>(kV210PixelsPerGroup));
+        const std::uint32_t taken = std::min(pairs, (kV210PixelsPerGroup - position) / 2);
+        std::memcpy(packed10, whole + kPacked10BytesPerPair * (position / 2), kPacked10BytesPerPair * taken);
+        packed10 += kPacked10BytesPerPair * taken;
+        pairs -= taken;
+        group += kV210BytesPerGroup;
     }
-    kernel(line + std::size_t{kV210BytesPerGroup} * (pixel / kV210PixelsPerGroup), packed10,
-           static_cast<int>(2 * pairs));
+    kernel(group, packed10, static_cast<int>(2 * pairs));
 }
 
 // Reads a received payload pair by pair; bytes at or past its end read as 0.

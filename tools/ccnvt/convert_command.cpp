@@ -262,9 +262,11 @@ void convert_side_by_side(const Source& source, std::size_t frames, const Conver
 
 void write_frames(const ConvertOptions& options, const Source& source, std::size_t frames, Conversion conversion) {
     // Frames of tens of megabytes are made and dropped for every frame of a
-    // file: served from the heap, their pages are faulted in once, not again
-    // for every frame (which made large frames twice as slow).
+    // file: served from the heap and not handed back when freed, their pages
+    // are faulted in once, not again for every frame (which made large frames
+    // twice as slow).
     mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
     OutputFile output(options.output);
     Progress progress(frames);
     const auto threads = static_cast<std::size_t>(options.threads);

@@ -373,14 +373,18 @@ std::size_t frames_to_take(const std::string& path, std::size_t held, std::size_
 
 Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,
                          const unsigned char* bytes, std::size_t row_pitch) {
-    Frame frame = make_frame(format, width, height);
     const std::size_t row = format.row_bytes(width);
     if (row_pitch == 0 || row_pitch == row) {
-        std::memcpy(frame.data(), bytes, frame.size());
-    } else {
-        ccnvt_copy_interleaved(frame.data(), static_cast<long>(row), const_cast<unsigned char*>(bytes),
-                               static_cast<long>(row_pitch), 0, static_cast<long>(height));
+        // Copied in without zero-filling first; only the slack is zeroed.
+        Frame frame{&format, width, height, {}};
+        frame.bytes.reserve(frame.size() + kSlack);
+        frame.bytes.assign(bytes, bytes + frame.size());
+        frame.bytes.resize(frame.size() + kSlack);
+        return frame;
     }
+    Frame frame = make_frame(format, width, height);
+    ccnvt_copy_interleaved(frame.data(), static_cast<long>(row), const_cast<unsigned char*>(bytes),
+                           static_cast<long>(row_pitch), 0, static_cast<long>(height));
     return frame;
 }
 

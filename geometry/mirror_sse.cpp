@@ -21,11 +21,17 @@ inline void store(unsigned char* pixels, __m128i value) {
 }
 }  // namespace
 
+// The source walks down and the destination up by pointer, as in the AVX2
+// kernel.
 CCNVT_TARGET_SSE
 void mirror_row_sse(unsigned char* to, const unsigned char* from, std::uint32_t width) {
-    std::uint32_t k = 0;
-    for (; k + 4 <= width; k += 4) store(to + 4 * std::size_t{k}, load_reversed(from + 4 * std::size_t{width - 4 - k}));
-    mirror_pixels_from(to, from, width, k);
+    const std::uint32_t whole = width / 4 * 4;
+    const unsigned char* source = from + 4 * std::size_t{width};
+    for (unsigned char* destination = to; destination != to + 4 * std::size_t{whole}; destination += 16) {
+        source -= 16;
+        store(destination, load_reversed(source));
+    }
+    mirror_pixels_from(to, from, width, whole);
 }
 
 // Blocks of four from both ends towards the middle, while they do not meet.

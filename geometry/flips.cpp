@@ -18,6 +18,22 @@ unsigned char* row_at(void* base, std::size_t row, std::size_t row_bytes) {
     return static_cast<unsigned char*>(base) + row * row_bytes;
 }
 
+// The flips read the source rows bottom to top, which the hardware
+// prefetchers follow poorly (a row copy ran at two thirds of the speed of the
+// same copies taken top to bottom). Each row copy first asks for the source
+// row two below it in the order, so it arrives while the rows between are
+// copied. Always inlined: GCC takes a function that only prefetches for one
+// without effects and drops the calls.
+constexpr int kPrefetchRowsAhead = 2;
+
+[[gnu::always_inline]] inline void prefetch_source_row(const void* source, int rows, int i,
+                                                       std::size_t row_bytes) {
+    if (i + kPrefetchRowsAhead >= rows) return;
+    const char* ahead = static_cast<const char*>(source) +
+                        static_cast<std::size_t>(rows - 1 - i - kPrefetchRowsAhead) * row_bytes;
+    for (std::size_t offset = 0; offset < row_bytes; offset += 64) __builtin_prefetch(ahead + offset);
+}
+
 // Left and right margins of a source row placed in a longer destination row.
 struct Margins {
     std::uint32_t left = 0;
@@ -56,9 +72,11 @@ void exchange_row_pairs(unsigned char* frame, int rows, unsigned int row_bytes,
     ScratchRow scratch(row_bytes);
     if (rows < 2) return;
     run_reporting_failure(failure_text, [&] {
-        for (int i = 0; i < rows / 2; ++i)
+        for (int i = 0; i < rows / 2; ++i) {
+            prefetch_source_row(frame, rows, i, row_bytes);
             exchange(row_at(frame, i, row_bytes), row_at(frame, rows - 1 - i, row_bytes),
                      scratch.data());
+        }
     });
 }
 
@@ -76,9 +94,11 @@ void ccnvt_flip_vert(void* destination, void* source, unsigned int, int rows,
                            });
         return;
     }
-    for (int i = 0; i < rows; ++i)
+    for (int i = 0; i < rows; ++i) {
+        prefetch_source_row(source, rows, i, row_bytes);
         copy_bytes_via_shims(row_at(destination, i, row_bytes),
                              row_at(source, rows - 1 - i, row_bytes), row_bytes);
+    }
 }
 
 int ccnvt_flip_vert_flags(void* destination, void* source, unsigned int, unsigned int, int rows,
@@ -99,6 +119,7 @@ int ccnvt_flip_vert_flags(void* destination, void* source, unsigned int, unsigne
         return 0;
     }
     for (int i = 0; i < rows; ++i) {
+        prefetch_source_row(source, rows, i, source_row_bytes);
         unsigned char* row = row_at(destination, i, destination_row_bytes);
         if (clear) clear_margins(row, margins, source_row_bytes);
         CopyMemoryFast(row + margins.left, row_at(source, rows - 1 - i, source_row_bytes),

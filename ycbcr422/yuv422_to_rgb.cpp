@@ -50,13 +50,17 @@ struct UyvyRow {
 };
 
 // Pair j of a v210 row: pair j % 3 of group j / 3, each sample without its
-// two low bits.
+// two low bits. The last group read is kept for the pairs after it.
 struct V210Row {
     const unsigned char* row;
-    Pair operator()(long j) const {
-        std::uint16_t s[kV210SamplesPerGroup];
-        v210_read_group(row + kV210BytesPerGroup * (j / 3), s);
-        const std::uint16_t* pair = s + 4 * (j % 3);
+    long group = -1;
+    std::uint16_t samples[kV210SamplesPerGroup] = {};
+    Pair operator()(long j) {
+        if (j / 3 != group) {
+            group = j / 3;
+            v210_read_group(row + kV210BytesPerGroup * group, samples);
+        }
+        const std::uint16_t* pair = samples + 4 * (j % 3);
         return {pair[0] >> 2, pair[1] >> 2, pair[2] >> 2, pair[3] >> 2};
     }
 };
@@ -75,7 +79,7 @@ int decode_reduced(unsigned char* destination, long destination_pitch, const uns
     const long rows = height / d;
 
     for (long r = 0; r < rows; ++r) {
-        const Row pairs{source + r * d * source_pitch};
+        Row pairs{source + r * d * source_pitch};
         unsigned char* out = destination + r * destination_pitch;
         if (d == 2) {
             for (long j = 0; j < (width + 1) / 2; ++j, out += pixel_bytes) {

@@ -50,8 +50,8 @@ inline __m256i uyvy_to_pairs256(__m256i in) {
 // from the byte before the first).
 CCNVT_TARGET_AVX2
 inline __m256i groups_to_v210(__m256i in) {
-    constexpr ByteTable low_outer_bytes = skewed(kGroupOuterBytes, 1);
-    constexpr ByteTable low_middle_bytes = skewed(kGroupMiddleBytes, 1);
+    static constexpr ByteTable low_outer_bytes = skewed(kGroupOuterBytes, 1);
+    static constexpr ByteTable low_middle_bytes = skewed(kGroupMiddleBytes, 1);
     const __m256i outer_bytes = table_halves(low_outer_bytes.bytes, kGroupOuterBytes);
     const __m256i middle_bytes = table_halves(low_middle_bytes.bytes, kGroupMiddleBytes);
     __m256i outer = _mm256_mullo_epi16(_mm256_shuffle_epi8(in, outer_bytes), both_halves(kGroupOuterScale));
@@ -85,7 +85,7 @@ enum class LastAccess { Full, Bounded };
 // the line the second load stops at the step's last pair.
 template <LastAccess last>
 CCNVT_TARGET_AVX2 inline void packed10_to_uyvy_step(const unsigned char* in, unsigned char* out) {
-    constexpr ByteTable high_to_lanes = skewed(kPairBytesToLanes, 4);
+    static constexpr ByteTable high_to_lanes = skewed(kPairBytesToLanes, 4);
     const __m256i to_lanes = table_halves(kPairBytesToLanes, high_to_lanes.bytes);
     const __m256i scale = both_halves(kPairLaneScale);
     const __m256i first = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(in));

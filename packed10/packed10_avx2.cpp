@@ -114,8 +114,9 @@ CCNVT_TARGET_AVX2 inline void uyvy_to_packed10_step(const unsigned char* in, uns
 
 // Four packed10 groups (60 bytes) to four v210 groups (64 bytes), two groups
 // to a 32-byte load that starts a byte before them. The first step of a line
-// may not read that byte, and shifts it in; the last may read nothing past
-// its groups.
+// may not read the byte before the line: its low half is loaded from the
+// line's start and moved up a byte. The last step reads nothing past its
+// groups.
 enum class FirstAccess { Plain, LineStart };
 
 template <FirstAccess first, LastAccess last>

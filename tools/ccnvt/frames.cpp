@@ -226,12 +226,19 @@ void v210_to_packed10(const Frame& in, Frame& out, int threads) {
 
 bool is_hd(std::uint32_t width, std::uint32_t height) { return width > 1279 || height > 576; }
 
-Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height) {
+Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height, const unsigned char* content) {
     Frame frame;
     frame.format = &format;
     frame.width = width;
     frame.height = height;
-    frame.bytes.assign(frame.size() + kSlack, 0);
+    if (content == nullptr) {
+        frame.bytes.assign(frame.size() + kSlack, 0);
+    } else {
+        // Copied in without zero-filling first; only the slack is zeroed.
+        frame.bytes.reserve(frame.size() + kSlack);
+        frame.bytes.assign(content, content + frame.size());
+        frame.bytes.resize(frame.size() + kSlack);
+    }
     return frame;
 }
 
@@ -374,14 +381,7 @@ std::size_t frames_to_take(const std::string& path, std::size_t held, std::size_
 Frame frame_from_pitched(const Format& format, std::uint32_t width, std::uint32_t height,
                          const unsigned char* bytes, std::size_t row_pitch) {
     const std::size_t row = format.row_bytes(width);
-    if (row_pitch == 0 || row_pitch == row) {
-        // Copied in without zero-filling first; only the slack is zeroed.
-        Frame frame{&format, width, height, {}};
-        frame.bytes.reserve(frame.size() + kSlack);
-        frame.bytes.assign(bytes, bytes + frame.size());
-        frame.bytes.resize(frame.size() + kSlack);
-        return frame;
-    }
+    if (row_pitch == 0 || row_pitch == row) return make_frame(format, width, height, bytes);
     Frame frame = make_frame(format, width, height);
     ccnvt_copy_interleaved(frame.data(), static_cast<long>(row), const_cast<unsigned char*>(bytes),
                            static_cast<long>(row_pitch), 0, static_cast<long>(height));

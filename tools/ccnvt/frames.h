@@ -25,7 +25,9 @@ struct Frame {
     const unsigned char* data() const { return bytes.data(); }
 };
 
-Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height);
+// A frame of zeros, or with its bytes copied from content (a frame's worth).
+Frame make_frame(const Format& format, std::uint32_t width, std::uint32_t height,
+                 const unsigned char* content = nullptr);
 
 // True for frames that take BT.709 (wider than 1279 or taller than 576
 // pixels, as the library's colour-matrix choice), else BT.601.

@@ -1,5 +1,4 @@
-// RGB to 2vuy and v210 encoders against a double-precision model (random spans,
-// grey/colour areas, every RGB colour), hand-worked values and ccnvt_rgb32_v210.
+// RGB to 2vuy and v210 encoders against a double-precision model, hand-worked values and ccnvt_rgb32_v210.
 #include <algorithm>
 #include <cstdlib>
 #include <cstdint>
@@ -17,6 +16,7 @@ using Bytes = std::vector<unsigned char>;
 
 namespace {
 
+using U8 = unsigned char;
 struct Coefficients { double y[3], y_offset, cb[3], cr[3], c_offset, scale; };
 const Coefficients kS601_8 = {{65.738, 129.057, 25.064}, 16.0, {-37.945, -74.494, 112.439},
                               {112.439, -94.154, -18.285}, 128.0, 1.0 / 256};
@@ -31,15 +31,13 @@ const Coefficients kH709_10 = {{217.6, 732.57, 72.83}, 64.0, {-117.248, -394.752
 struct Order { int r, g, b, size; };
 const Order kArgb = {1, 2, 3, 4}, kBgra = {2, 1, 0, 4}, kRgb = {0, 1, 2, 3};
 
-// plus goes into Y, Cb, Cr before the [1 2 1] / 4 chroma filter (starting at 128
-// for 2vuy, 512 for v210); 2vuy keeps the low 8 bits, v210 truncates Y * gain and chroma + chroma_plus.
+// plus goes in before the [1 2 1] / 4 chroma filter (from 128, v210 512); 2vuy keeps the low 8 bits, v210 truncates.
 struct Rules { Order order; const Coefficients* c; bool v210; double plus, gain, chroma_plus; };
 
 struct Encoder {
     Rules rules;
     double prev_cb, prev_cr;
     explicit Encoder(const Rules& r) : rules(r), prev_cb(r.v210 ? 512.0 : 128.0), prev_cr(prev_cb) {}
-
     double channel(const unsigned char* p, const double* w, double offset) const {  // summed in R, G, B order
         const double sum = w[0] * p[rules.order.r] + w[1] * p[rules.order.g] + w[2] * p[rules.order.b];
         return sum * rules.c->scale + offset + rules.plus;
@@ -51,18 +49,16 @@ struct Encoder {
             for (int p = 0; p < (rules.v210 ? 3 : 1); ++p) {
                 const unsigned char* a = src + (x + 2 * p) * rules.order.size;
                 const unsigned char* b = a + rules.order.size;
-                const double cb_a = channel(a, c.cb, c.c_offset), cb_b = channel(b, c.cb, c.c_offset);
-                const double cr_a = channel(a, c.cr, c.c_offset), cr_b = channel(b, c.cr, c.c_offset);
-                f[4 * p] = int((prev_cb + 2 * cb_a + cb_b) / 4 + rules.chroma_plus);
+                const double cb_b = channel(b, c.cb, c.c_offset), cr_b = channel(b, c.cr, c.c_offset);
+                f[4 * p] = int((prev_cb + 2 * channel(a, c.cb, c.c_offset) + cb_b) / 4 + rules.chroma_plus);
                 f[4 * p + 1] = int(channel(a, c.y, c.y_offset) * rules.gain);
-                f[4 * p + 2] = int((prev_cr + 2 * cr_a + cr_b) / 4 + rules.chroma_plus);
+                f[4 * p + 2] = int((prev_cr + 2 * channel(a, c.cr, c.c_offset) + cr_b) / 4 + rules.chroma_plus);
                 f[4 * p + 3] = int(channel(b, c.y, c.y_offset) * rules.gain);
                 prev_cb = cb_b, prev_cr = cr_b;
             }
-            if (!rules.v210)
-                for (int i = 0; i < 4; ++i) *out++ = static_cast<unsigned char>(f[i] & 0xFF);
-            else
-                for (int w = 0; w < 4; ++w, out += 4) store32(out, 0, v210_word(f[3 * w], f[3 * w + 1], f[3 * w + 2]));
+            for (int i = 0; i < 4; ++i)
+                rules.v210 ? store32(out, i, v210_word(f[3 * i], f[3 * i + 1], f[3 * i + 2])) : void(out[i] = U8(f[i]));
+            out += rules.v210 ? 16 : 4;
         }
     }
 };
@@ -84,8 +80,6 @@ struct SpanRoutine {
 };
 
 void PrintTo(const SpanRoutine& routine, std::ostream* out) { *out << routine.name; }
-
-using U8 = unsigned char;
 unsigned int* words(U8* d) { return reinterpret_cast<unsigned int*>(d); }
 
 const SpanRoutine kSpanRoutines[] = {
@@ -115,13 +109,11 @@ struct RgbEncoderSpans : ::testing::TestWithParam<std::tuple<SpanRoutine, unsign
 };
 
 TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
-    // Tails of the 8-pixel double, 16-pixel float and 192-pixel v210 steps.
-    std::vector<long> counts = {-1, 47, 48, 49, 95, 96, 97, 191, 192, 193, 383, 385, 1921};
+    std::vector<long> counts = {-1, 47, 48, 49, 95, 96, 97, 191, 192, 193, 383, 385, 1921};  // 8/16/192-pixel steps
     for (long n = 0; n <= 40; ++n) counts.push_back(n);
     for (long count : counts) {
-        GuardedBuffer src(routine().read(count) + 1);
+        GuardedBuffer src(routine().read(count) + 1), dst(routine().written(count) + 32, 0x5A);
         src.fill_random(static_cast<std::uint32_t>(count + 1000));
-        GuardedBuffer dst(routine().written(count) + 32, 0x5A);
         unsigned char* returned = routine().run(src.data(), dst.data(), static_cast<int>(count));
         Bytes expected = routine().model(src.data(), count);
         expected.resize(dst.size(), 0x5A);
@@ -131,8 +123,7 @@ TEST_P(RgbEncoderSpans, RandomSpansMatchTheModelAndWriteWholeUnitsOnly) {
     }
 }
 
-// Grey areas (chroma exactly on an integer: the AVX2 kernels switch to doubles)
-// between random ones, over a million pixels: a misordered rounding shows rarely.
+// Grey areas (chroma on an integer: AVX2 switches to doubles) between random ones; a misordered rounding is rare.
 TEST_P(RgbEncoderSpans, GreyAndColourAreasMatchTheModel) {
     const std::size_t pixels_wanted = kSanitized ? 1 << 15 : 1 << 20;
     const int size = routine().rules.order.size;
@@ -155,12 +146,9 @@ INSTANTIATE_TEST_SUITE_P(Routines, RgbEncoderSpans,
                                     feature_word_name(std::get<1>(info.param));
                          });
 
-// Every RGB colour as first and as second pixel of a pair, in the processor's own
-// kernels (every seventh colour under the sanitizers).
+// Every RGB colour (every seventh when sanitized), then extra ones wrapping round; the other bytes vary.
 constexpr std::uint32_t kColourStep = kSanitized ? 7 : 1;
 constexpr long kColours = (1L << 24) / kColourStep;
-
-// The colours, then extra ones wrapping round; the other bytes vary.
 Bytes every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t extra = 16) {
     Bytes pixels;
     pixels.reserve(std::size_t(kColours + extra) * o.size);
@@ -173,45 +161,38 @@ Bytes every_colour(Order o, std::uint32_t first_pixels_to_skip, std::uint32_t ex
     return pixels;
 }
 
-
 TEST(RgbEncoders, WorkedByHand) {
-    // A pixel repeated count times; 2vuy bytes or v210 samples in stream order.
+    // A pixel repeated count times; 2vuy bytes or v210 samples in stream order. Grey 128 in BT.601 is Y
+    // trunc(128 * 219.859 / 256 + 16); red's Cr 256 filters from 128 to 224, then keeps its low 8 bits;
+    // argb_to_v210 filters 8-bit chroma from 512: (512 + 3 * 128) / 4 + 0.5 = 224.
     struct Case { int routine; Bytes pixel; int count; std::vector<int> expected; } const cases[] = {
-        // Grey 128 in BT.601: Y = trunc(128 * 219.859 / 256 + 16) = 125, chroma 128.
-        {1, {128, 128, 128, 128}, 4, {128, 125, 128, 125, 128, 125, 128, 125}},
         {0, {0, 128, 128, 128}, 1, {128, 125, 128, 125}},  // one pixel writes a whole pair
-        // Full-range BT.709 with 0.5 added: white 255.
-        {2, {255, 255, 255, 255}, 2, {128, 255, 128, 255}},
-        // Red: Y 54.7; Cr 256.0 filters with 128 first, (128 + 3 * 256) / 4 = 224, then keeps its low 8 bits, 0.
+        {2, {255, 255, 255, 255}, 2, {128, 255, 128, 255}},  // full-range BT.709 plus 0.5
         {3, {0, 0, 255, 0}, 4, {106, 54, 224, 54, 99, 54, 0, 54}},
-        // argb_to_v210: 8-bit chroma, filter from 512: (512 + 3 * 128) / 4 + 0.5 = 224; Y trunc(125.93 * 4).
         {4, {128, 128, 128, 128}, 6, {224, 503, 224, 503, 128, 503, 128, 503, 128, 503, 128, 503}},
-        // bgra_to_v210 on 10-bit offsets.
-        {6, {0, 0, 0, 0}, 6, {512, 64, 512, 64, 512, 64, 512, 64, 512, 64, 512, 64}},
-    };
+        {6, {0, 0, 0, 0}, 6, {512, 64, 512, 64, 512, 64, 512, 64, 512, 64, 512, 64}}};
     for (const Case& c : cases) {
         const SpanRoutine& routine = kSpanRoutines[c.routine];
         Bytes src, dst(routine.written(c.count));
         for (int i = 0; i < c.count + 6; ++i) src.insert(src.end(), c.pixel.begin(), c.pixel.end());
         routine.run(src.data(), dst.data(), c.count);
         std::vector<int> out;
-        for (long k = 0; k < long(c.expected.size()); ++k) out.push_back(routine.rules.v210 ? v210_sample(dst.data(), k) : dst[k]);
+        for (long k = 0; k < long(c.expected.size()); ++k)
+            out.push_back(routine.rules.v210 ? v210_sample(dst.data(), k) : dst[k]);
         EXPECT_EQ(out, c.expected) << routine.name;
     }
 }
 
 TEST(RgbEncoders, Rgb32To2vuyIgnoresBothPitches) {
     const long width = 37, height = 5;
-    GuardedBuffer src(4 * width * height + 4);
+    GuardedBuffer src(4 * width * height + 4), dst(2 * width * height + 2, 0x5A);
     src.fill_random(44);
-    GuardedBuffer dst(2 * width * height + 2, 0x5A);
     ccnvt_rgb32_2vuy(dst.data(), 4096, src.data(), 9999, width, height);
     EXPECT_EQ(dst.contents(), kSpanRoutines[1].model(src.data(), width * height));
     EXPECT_TRUE(dst.guards_intact());
 }
 
-// ccnvt_rgb32_v210: rows of whole groups, one chroma filter over the frame, a
-// counter of 6 per group that stops at width * height.
+// ccnvt_rgb32_v210: rows of whole groups, one chroma filter, a counter of 6 a group stopping at width * height.
 void model_rgb32_v210(unsigned char* dst, long dst_pitch, const unsigned char* src, long src_pitch, long width,
                       long height) {
     Encoder encoder({kBgra, width <= 961 ? &kS601_10 : &kH709_10, true, 0.0, 1.0, 0.0});
@@ -230,9 +211,8 @@ TEST(RgbEncoders, Rgb32ToV210FramesMatchTheModel) {
         ScopedCpuFeatures features(word);
         const long src_pitch = f.src_pitch ? f.src_pitch : 4 * f.width;
         const long dst_pitch = f.dst_pitch ? f.dst_pitch : 128 * ((f.width + 47) / 48);
-        GuardedBuffer src(std::abs(src_pitch) * f.height + 24);
+        GuardedBuffer src(std::abs(src_pitch) * f.height + 24), dst(std::abs(dst_pitch) * f.height + 16, 0x5A);
         src.fill_random(static_cast<std::uint32_t>(f.width));
-        GuardedBuffer dst(std::abs(dst_pitch) * f.height + 16, 0x5A);
         const long src_first = src_pitch < 0 ? -src_pitch * (f.height - 1) : 0;
         const long dst_first = dst_pitch < 0 ? -dst_pitch * (f.height - 1) : 0;
         ccnvt_rgb32_v210(dst.data() + dst_first, f.dst_pitch, src.data() + src_first, f.src_pitch, f.width, f.height);
@@ -245,7 +225,7 @@ TEST(RgbEncoders, Rgb32ToV210FramesMatchTheModel) {
 
 TEST(RgbEncoders, EveryColourMatchesTheModel) {
     for (const SpanRoutine& routine : kSpanRoutines)
-        for (std::uint32_t skip : {0u, 1u}) {
+        for (std::uint32_t skip : {0u, 1u}) {  // each colour as first and as second of a pair
             Bytes pixels = every_colour(routine.rules.order, skip);
             expect_model_bytes(routine, pixels, kColours, "skip " + std::to_string(skip));
         }
@@ -266,9 +246,9 @@ TEST(RgbEncoders, Rgb32ToV210WorkedByHand) {
     EXPECT_EQ(load32(dst.data(), 8), v210_word(512, 64, 512));  // black
     EXPECT_EQ(Bytes(dst.begin() + 48, dst.end()), Bytes(16, 0x5A));
     // Green: Y 64 + 516.228 * 255 / 1024 = 192.55 (BT.601) up to 961 pixels, 246.43 (BT.709) above.
+    Bytes green(4 * 966, 0), out(128 * 21, 0);
+    for (long x = 0; x < 966; ++x) green[4 * x + 1] = 255;
     for (long w : {961L, 962L}) {
-        Bytes green(4 * 966, 0), out(128 * 21, 0);
-        for (long x = 0; x < 966; ++x) green[4 * x + 1] = 255;
         ccnvt_rgb32_v210(out.data(), 0, green.data(), 0, w, 1);
         EXPECT_EQ(load32(out.data(), 0) >> 10 & 0x3FF, w == 961 ? 192u : 246u) << w;
     }

@@ -1,5 +1,4 @@
-// 2vuy and v210 to RGB: table decoders against a model of the table rules, and
-// the wrappers' hand-off to libycbcr.
+// 2vuy and v210 to RGB: table decoders against a model of the table rules, the wrappers' hand-off to libycbcr.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -15,6 +14,7 @@
 
 using namespace cconvert::test;
 using Bytes = std::vector<unsigned char>;
+using U8 = unsigned char;
 
 namespace {
 
@@ -35,28 +35,25 @@ void put_pixel(Bytes& out, std::size_t at, const TableRules& t, int y, int cb, i
 
 // Pair j of a row as (Cb, Y0, Cr, Y1) at 8 bits.
 std::array<int, 4> pair_at(const unsigned char* row, long j, bool v210) {
-    if (!v210) return {row[4 * j], row[4 * j + 1], row[4 * j + 2], row[4 * j + 3]};
-    return {v210_sample(row, 4 * j) >> 2, v210_sample(row, 4 * j + 1) >> 2, v210_sample(row, 4 * j + 2) >> 2,
-            v210_sample(row, 4 * j + 3) >> 2};
+    std::array<int, 4> p;
+    for (int i = 0; i < 4; ++i) p[i] = v210 ? v210_sample(row, 4 * j + i) >> 2 : row[4 * j + i];
+    return p;
 }
 
-// Factor 2: Y0 of each pair of every other row; 4: Y0 of every second pair of every
-// fourth row; others: both pixels of every factor-th row. 4-byte pixels if they fit.
+// Factor 2: Y0 of each pair of every other row; 4: Y0 of every second pair of every fourth row; others: both
+// pixels of every factor-th row. 4-byte pixels if they fit.
 Bytes model_reduced(std::size_t bytes, long dst_pitch, const unsigned char* src, long src_pitch, long width,
                     long height, int factor, bool v210) {
     Bytes out(bytes, 0x5A);
     const long d = std::max(factor, 1);
     const bool four = dst_pitch >= (width / d) * 4;
+    const long step = d == 4 ? 2 : 1, pairs = d == 4 ? width / 2 : (width + 1) / 2;
     for (long r = 0; r < height / d; ++r) {
         std::size_t at = r * dst_pitch;
-        const long step = d == 4 ? 2 : 1, pairs = d == 4 ? width / 2 : (width + 1) / 2;
         for (long j = 0; j < pairs; j += step) {
             const auto p = pair_at(src + r * d * src_pitch, j, v210);
-            for (int y : {1, 3}) {
-                if (y == 3 && (d == 2 || d == 4)) break;
+            for (int y = 1; y <= (d == 2 || d == 4 ? 1 : 3); y += 2, at += four ? 4 : 3)
                 put_pixel(out, at, k8Bit, p[y], p[0], p[2], four);
-                at += four ? 4 : 3;
-            }
         }
     }
     return out;
@@ -78,8 +75,8 @@ Bytes model_v210_to_rgb(const unsigned char* src, int width, int height, int pit
 }
 
 TEST(TableDecoders, StudioLevelsWorkedByHand) {
-    // A pair (10-bit Cb Y0 Cr Y1; 8-bit decoders see >> 2) through both table sets.
-    struct Case { std::array<int, 4> pair; Bytes bgr; } const cases[] = {  // bgr of both pixels
+    // A pair (10-bit Cb Y0 Cr Y1; 8-bit decoders see >> 2) through both table sets; bgr of both pixels.
+    struct Case { std::array<int, 4> pair; Bytes bgr; } const cases[] = {
         {{512, 940, 512, 64}, {254, 254, 254, 0, 0, 0}},         // white 4079 >> 4 = 16319 >> 6 = 254
         {{64, 64, 960, 64}, {0, 0, 178, 0, 0, 178}},             // blue -3614 clamps to 0; red 2860 >> 4
         {{960, 940, 512, 940}, {255, 211, 254, 255, 211, 254}},  // blue 7693 >> 4 clamps to 255
@@ -87,8 +84,7 @@ TEST(TableDecoders, StudioLevelsWorkedByHand) {
     for (const Case& c : cases) {
         std::vector<int> samples;
         unsigned char group[16], uyvy[4];
-        for (int i = 0; i < 12; ++i) samples.push_back(c.pair[i % 4]);
-        for (int i = 0; i < 4; ++i) uyvy[i] = static_cast<unsigned char>(c.pair[i] >> 2);
+        for (int i = 0; i < 12; ++i) samples.push_back(c.pair[i % 4]), uyvy[i % 4] = U8(c.pair[i % 4] >> 2);
         pack_v210(samples, group);
         Bytes from_2vuy(6), from_v210(18), ten_bit(18);
         ccnvt_yuv422_rgb24(from_2vuy.data(), 6, uyvy, 4, 2, 1, 1);
@@ -103,20 +99,16 @@ TEST(TableDecoders, StudioLevelsWorkedByHand) {
 TEST(TableDecoders, ReductionPlansMatchTheModel) {
     struct Plan { long width, height, dst_pitch, src_extra; };
     std::vector<Plan> plans;
-    for (long w = 0; w <= 40; ++w) plans.push_back({w, 9, 4 * w + 4, 4});  // room for 4-byte pixels
-    for (long w : {47L, 48L, 49L}) plans.push_back({w, 9, 4 * w, 0});
-    for (long w : {1L, 2L, 7L, 13L, 49L})
-        plans.push_back({w, 8, 3 * w, 0});  // tight 3-byte rows: 4-byte only when reduced enough
-    plans.push_back({1920, 6, 1920 * 4, 0});
-    plans.push_back({1921, 5, 1922 * 3, 64});
+    for (long w = 0; w <= 13; ++w) plans.push_back({w, 9, 4 * w + 4, 4});  // room for 4-byte pixels
+    for (long w : {1L, 2L, 7L, 13L, 49L}) plans.push_back({w, 8, 3 * w, 0});  // 4-byte only when reduced enough
+    plans.insert(plans.end(), {{48, 9, 4 * 48, 0}, {1920, 6, 1920 * 4, 0}, {1921, 5, 1922 * 3, 64}});
     for (bool v210 : {false, true})
         for (int factor : {-1, 0, 1, 2, 3, 4, 5, 6})
             for (const Plan& c : plans) {
                 const long src_pitch = (v210 ? 16 * ((c.width + 5) / 6) : 4 * ((c.width + 1) / 2)) + c.src_extra;
-                GuardedBuffer src(src_pitch * c.height);
-                src.fill_random(static_cast<std::uint32_t>(c.width * 7 + factor));
                 const std::size_t bytes = c.dst_pitch * c.height + 8;
-                GuardedBuffer dst(bytes, 0x5A);
+                GuardedBuffer src(src_pitch * c.height), dst(bytes, 0x5A);
+                src.fill_random(static_cast<std::uint32_t>(c.width * 7 + factor));
                 EXPECT_EQ((v210 ? ccnvt_v210_rgb24 : ccnvt_yuv422_rgb24)(dst.data(), c.dst_pitch, src.data(), src_pitch,
                                                                         c.width, c.height, factor), 0);
                 ASSERT_EQ(dst.contents(), model_reduced(bytes, c.dst_pitch, src.data(), src_pitch, c.width, c.height,
@@ -128,21 +120,18 @@ TEST(TableDecoders, ReductionPlansMatchTheModel) {
 
 TEST(V210ToRgb, RunningIndexMatchesTheModel) {
     // Widths that are or are not multiples of 6, and a ramp through every 10-bit table entry.
-    const std::array<int, 2> sizes[] = {{0, 4}, {1, 1}, {5, 1}, {7, 1}, {1, 0}, {6, 3},
-                                        {12, 4}, {9, 4}, {8, 5}, {4, 3}, {50, 3}, {2052, 1}};
+    const std::array<int, 2> sizes[] = {{0, 4}, {1, 1}, {7, 1}, {1, 0}, {6, 3}, {9, 4}, {8, 5}, {4, 3}, {50, 3}, {2052, 1}};
     for (const auto& [width, height] : sizes)
         for (int four : {0, 1}) {
             const int pitch = (four ? 4 : 3) * (width + 6) + 4;
             const long groups = (long(width) * height + 5) / 6;
-            GuardedBuffer src(16 * groups);
-            src.fill_random(width * 11 + height);
-            if (width == 2052) {  // pair j: Cb j, Y 2j and 2j + 1, Cr 1023 - j
-                std::vector<int> ramp;
-                for (int j = 0; j < 1026; ++j) ramp.insert(ramp.end(), {j % 1024, 2 * j % 1024, 1023 - j % 1024, (2 * j + 1) % 1024});
-                pack_v210(ramp, src.data());
-            }
             const std::size_t bytes = pitch * (height + 1) + 6 * 4 * 2;
-            GuardedBuffer dst(bytes, 0x5A);
+            GuardedBuffer src(16 * groups), dst(bytes, 0x5A);
+            src.fill_random(width * 11 + height);
+            std::vector<int> ramp;  // pair j: Cb j, Y 2j and 2j + 1, Cr 1023 - j
+            for (int j = 0; width == 2052 && j < 1026; ++j)
+                ramp.insert(ramp.end(), {j % 1024, 2 * j % 1024, 1023 - j % 1024, (2 * j + 1) % 1024});
+            pack_v210(ramp, src.data());
             _v210_to_rgb(src.data(), dst.data(), width, height, pitch, four);
             ASSERT_EQ(dst.contents(), model_v210_to_rgb(src.data(), width, height, pitch, four, bytes))
                 << width << "x" << height << " four " << four;
@@ -153,13 +142,8 @@ TEST(V210ToRgb, RunningIndexMatchesTheModel) {
 using Wrapper = int (*)(unsigned char*, long, const unsigned char*, long, long, long, int);
 using HostConverter = int (*)(void*, const void*, int, int, long, long, const cycbcr_matrix*, unsigned int);
 
-struct WrapperCase {
-    const char* name;
-    Wrapper wrapper;
-    HostConverter host;  // full size, or nullptr: always the own decoder
-    Wrapper own;
-    int dst_pixel_bytes;
-    bool v210;
+struct WrapperCase {  // host: full size, or nullptr: always the own decoder
+    const char* name; Wrapper wrapper; HostConverter host; Wrapper own; int dst_pixel_bytes; bool v210;
 };
 
 void PrintTo(const WrapperCase& c, std::ostream* out) { *out << c.name; }
@@ -176,15 +160,14 @@ struct DecoderWrappers : ::testing::TestWithParam<WrapperCase> {
 };
 
 TEST_P(DecoderWrappers, FullSizeGoesToLibycbcr) {
-    // BT.601 up to 1279 x 576, BT.709 above; a negative height sets the bottom-up
-    // flag (the own decoder converts no rows then); pitches of 0 or below are tight.
+    // BT.601 up to 1279 x 576, BT.709 above; a negative height sets the bottom-up flag (the own decoder converts
+    // no rows then); pitches of 0 or below are tight.
     const WrapperCase& w = GetParam();
     for (const auto& [width, height] : {std::array<long, 2>{1279, 2}, {1280, 2}, {720, 577}, {20, -5}}) {
         const long rows = std::abs(height), src_pitch = tight_source(width);
         const long dst_pitch = w.dst_pixel_bytes * width + (height < 0 ? 0 : 12);
-        GuardedBuffer src(src_pitch * rows);
+        GuardedBuffer src(src_pitch * rows), ours(dst_pitch * rows, 0x5A), expected(dst_pitch * rows, 0x5A);
         src.fill_random(static_cast<std::uint32_t>(width + rows));
-        GuardedBuffer ours(dst_pitch * rows, 0x5A), expected(dst_pitch * rows, 0x5A);
         const int result = w.wrapper(ours.data(), height < 0 ? -1 : dst_pitch, src.data(), height < 0 ? 0 : src_pitch,
                                      width, height, height < 0 ? 0 : 1);
         if (w.host)
@@ -198,8 +181,8 @@ TEST_P(DecoderWrappers, FullSizeGoesToLibycbcr) {
 }
 
 TEST_P(DecoderWrappers, ReducedFactorsDecodeWithTheTables) {
-    // Factors of 2 or more (yuv422_10_rgb24: all, below 1 as 1) go to the table decoder;
-    // a default pitch of width * 3 fits 4-byte pixels once a row is halved.
+    // Factors of 2 or more (yuv422_10_rgb24: all, below 1 as 1) go to the table decoder; a default pitch of
+    // width * 3 fits 4-byte pixels once a row is halved.
     const WrapperCase& w = GetParam();
     for (long width : {6L, 30L}) {
         const long height = 8, src_pitch = tight_source(width), dst_pitch = w.dst_pixel_bytes * width;

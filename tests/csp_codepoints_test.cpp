@@ -13,12 +13,9 @@
 
 TEST(CspNames, EveryTableInValueOrder) {
     static_assert(sizeof(mp_csp_names) / sizeof(mp_csp_names[0]) == 9, "nine entries and no terminator");
-    const struct {
-        const mp_name_entry* table;
-        std::vector<const char*> names;  // values count up from the first
-        int first;
-        bool terminated;  // by {null, 0}
-    } tables[] = {
+    // Values count up from first; terminated: by {null, 0}.
+    const struct { const mp_name_entry* table; std::vector<const char*> names; int first; bool terminated; }
+        tables[] = {
         {mp_csp_names,
          {"auto", "bt.601", "bt.709", "smpte-240m", "bt.2020-ncl", "bt.2020-cl", "rgb", "xyz", "ycgco"}, 0, false},
         {mp_csp_levels_names, {"auto", "limited", "full"}, 0, true},
@@ -58,12 +55,8 @@ static_assert(sizeof(mp_csp_col_xy) == 8 && offsetof(mp_csp_primaries, green) ==
 
 TEST(CspCodePoints, EveryInputFromMinusTwoTo300) {
     // Each translation as data: the listed inputs and the value for all others.
-    const struct {
-        const char* name;
-        std::function<int(int)> function;
-        std::map<int, int> listed;
-        int otherwise;
-    } translations[] = {
+    const struct { const char* name; std::function<int(int)> function; std::map<int, int> listed; int otherwise; }
+        translations[] = {
         {"avcol_spc_to_mp_csp", [](int v) { return int(avcol_spc_to_mp_csp(v)); },
          {{0, 6}, {1, 2}, {5, 1}, {6, 1}, {7, 3}, {8, 8}, {9, 4}, {10, 5}}, 0},
         {"avcol_range_to_mp_csp_levels", [](int v) { return int(avcol_range_to_mp_csp_levels(v)); },
@@ -85,10 +78,8 @@ TEST(CspCodePoints, EveryInputFromMinusTwoTo300) {
          {{1, 1}, {2, 2}}, 0},
     };
     for (const auto& t : translations)
-        for (int v = -2; v <= 300; ++v) {
-            const auto listed = t.listed.find(v);
-            EXPECT_EQ(t.function(v), listed == t.listed.end() ? t.otherwise : listed->second) << t.name << " " << v;
-        }
+        for (int v = -2; v <= 300; ++v)
+            EXPECT_EQ(t.function(v), t.listed.contains(v) ? t.listed.at(v) : t.otherwise) << t.name << " " << v;
 }
 
 TEST(CspGuess, MatrixAndPrimariesBySize) {
@@ -114,15 +105,12 @@ TEST(CspChromaLocation, OnlyLeftShiftsHorizontally) {
 TEST(CspMerge, FillsOnlyUnknownFields) {
     const mp_colorspace source = {MP_CSP_BT_709, MP_CSP_LEVELS_FULL, MP_CSP_PRIM_BT_2020, MP_CSP_TRC_PQ,
                                   MP_CSP_LIGHT_DISPLAY, 10.0f};
-    const mp_colorspace known = {MP_CSP_RGB, MP_CSP_LEVELS_LIMITED, MP_CSP_PRIM_APPLE, MP_CSP_TRC_HLG,
-                                 MP_CSP_LIGHT_SCENE_HLG, 4.0f};
-    mp_colorspace from = source, empty = {}, partial = known, nan = {};
+    mp_colorspace from = source, empty = {}, nan = {}, partial = {MP_CSP_RGB, MP_CSP_LEVELS_LIMITED,
+                                                                   MP_CSP_PRIM_AUTO, MP_CSP_TRC_HLG, MP_CSP_LIGHT_AUTO, 4.0f};
     empty.signal_peak = -0.0f;  // a peak of -0 is unknown, NaN is known
     nan.signal_peak = std::numeric_limits<float>::quiet_NaN();
     mp_colorspace_merge(&empty, &from);
     EXPECT_EQ(0, std::memcmp(&empty, &source, sizeof source));
-    partial.prim = MP_CSP_PRIM_AUTO;
-    partial.light = MP_CSP_LIGHT_AUTO;
     mp_colorspace_merge(&partial, &from);
     const mp_colorspace filled = {MP_CSP_RGB, MP_CSP_LEVELS_LIMITED, MP_CSP_PRIM_BT_2020, MP_CSP_TRC_HLG,
                                   MP_CSP_LIGHT_DISPLAY, 4.0f};
@@ -134,10 +122,9 @@ TEST(CspMerge, FillsOnlyUnknownFields) {
 }
 
 TEST(CspImageParams, GuessIsANoOp) {
-    unsigned char record[64];
-    std::memset(record, 0x5A, sizeof record);
-    mp_image_params_guess_csp(reinterpret_cast<mp_image_params*>(record));
-    for (unsigned char b : record) EXPECT_EQ(b, 0x5A);
+    std::vector<unsigned char> record(64, 0x5A);
+    mp_image_params_guess_csp(reinterpret_cast<mp_image_params*>(record.data()));
+    EXPECT_EQ(record, std::vector<unsigned char>(64, 0x5A));
     mp_image_params_guess_csp(nullptr);
 }
 
@@ -146,8 +133,7 @@ TEST(CspTrc, NominalPeaksAndHdr) {
     const std::map<int, float> peaks = {
         {8, 100.0f}, {9, 12.0f}, {10, 46.08549880981445f}, {11, 6.519999980926514f}, {12, 9.211999893188477f}};
     for (int trc = -2; trc <= 300; ++trc) {
-        const auto listed = peaks.find(trc);
-        EXPECT_EQ(mp_trc_nom_peak(mp_csp_trc(trc)), listed == peaks.end() ? 1.0f : listed->second) << trc;
-        EXPECT_EQ(mp_trc_is_hdr(mp_csp_trc(trc)), listed != peaks.end()) << trc;
+        EXPECT_EQ(mp_trc_nom_peak(mp_csp_trc(trc)), peaks.contains(trc) ? peaks.at(trc) : 1.0f) << trc;
+        EXPECT_EQ(mp_trc_is_hdr(mp_csp_trc(trc)), peaks.contains(trc)) << trc;
     }
 }

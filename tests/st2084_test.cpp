@@ -1,5 +1,4 @@
-// ST 2084 tables against the curves computed here, hand-worked bytes, and every converter against a row model
-// on random frames with guards and in place.
+// ST 2084 tables against the curves, hand-worked bytes, every converter against a row model (guards, in place).
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -35,13 +34,9 @@ std::uint32_t decode_8bit_entry(std::uint32_t i, double) {
     return static_cast<std::uint32_t>(std::floor(16.0 + 219.0 * std::pow((i - 16) / 113.0, 1.9) + 0.5));
 }
 
-struct TableCase {
-    std::string name;
-    const unsigned int* exported;
-    const unsigned int* (*accessor)();
-    std::uint32_t entries;
-    std::uint32_t (*entry)(std::uint32_t, double);  // null: listed only
-    std::vector<std::pair<std::uint32_t, std::uint32_t>> listed;
+struct TableCase {  // entry: null for listed entries only
+    std::string name; const unsigned int* exported; const unsigned int* (*accessor)(); std::uint32_t entries;
+    std::uint32_t (*entry)(std::uint32_t, double); std::vector<std::pair<std::uint32_t, std::uint32_t>> listed;
 };
 
 std::vector<TableCase> table_cases() {
@@ -76,7 +71,7 @@ TEST_P(St2084Tables, HoldTheCurveAndTheListedEntries) {
 INSTANTIATE_TEST_SUITE_P(AllSix, St2084Tables, ::testing::ValuesIn(table_cases()),
                          [](const auto& info) { return info.param.name; });
 
-std::vector<unsigned char> bytes(const unsigned char* at, std::size_t n) { return {at, at + n}; }
+using Bytes = std::vector<unsigned char>;
 void put_word(unsigned char* at, std::uint32_t word) { std::memcpy(at, &word, 4); }
 std::uint32_t word_at(const unsigned char* at) {
     std::uint32_t word;
@@ -87,16 +82,14 @@ std::uint32_t word_at(const unsigned char* at) {
 TEST(St2084Converters, WorkedByHand) {
     // 2vuy to PQ: luma bytes 1 and 3 of each whole group; rows of 6 and 8 bytes give one group.
     const unsigned char source[8] = {9, 1, 9, 255, 9, 1, 9, 1};
-    unsigned char out[16];
-    std::memset(out, 0xEE, sizeof out);
-    EXPECT_EQ(ccnvt_yuv2_to_st2084(out, source, 6, 8, 1), 0);
-    EXPECT_EQ(bytes(out, 8), (std::vector<unsigned char>{0xEE, 106, 0xEE, 255, 0xEE, 0xEE, 0xEE, 0xEE}));
-
+    Bytes out(10, 0xEE);
+    EXPECT_EQ(ccnvt_yuv2_to_st2084(out.data(), source, 6, 8, 1), 0);
+    EXPECT_EQ(out, (Bytes{0xEE, 106, 0xEE, 255, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
     // PQ to 2vuy copies bytes 1..4 of each group, mapping 1 and 3: byte 0 never written, byte 8 copied.
     const unsigned char pq[9] = {50, 20, 60, 128, 70, 200, 80, 16, 90};
-    std::memset(out, 0xEE, sizeof out);
-    EXPECT_EQ(ccnvt_st2084_to_yuv2(out, pq, 8, 8, 1), 0);
-    EXPECT_EQ(bytes(out, 10), (std::vector<unsigned char>{0xEE, 16, 60, 231, 70, 235, 80, 16, 90, 0xEE}));
+    out.assign(10, 0xEE);
+    EXPECT_EQ(ccnvt_st2084_to_yuv2(out.data(), pq, 8, 8, 1), 0);
+    EXPECT_EQ(out, (Bytes{0xEE, 16, 60, 231, 70, 235, 80, 16, 90, 0xEE}));
 }
 
 TEST(St2084Converters, V210WordsStartOneByteInAndClampLargeIndices) {
@@ -150,12 +143,8 @@ void model_v210(unsigned char* out, const unsigned char* in, std::uint32_t w, Ta
         }
 }
 
-struct ConverterCase {
-    std::string name;
-    Converter convert;
-    RowModel model;
-    Table table;
-    // In-place row sizes: a v210 row's last group reaches into the next unless it is a multiple of 16 bytes.
+struct ConverterCase {  // in place, a v210 row's last group reaches into the next unless it is whole
+    std::string name; Converter convert; RowModel model; Table table;
     std::vector<unsigned int> in_place_row_bytes = {4, 16, 21, 1920};
 };
 
@@ -167,15 +156,14 @@ constexpr std::size_t kSlack = 32;
 TEST_P(St2084Frames, MatchesTheRowModel) {
     const ConverterCase& c = GetParam();
     // Destination row bytes, source row bytes, rows; the first four write nothing.
-    const unsigned int shapes[][3] = {{64, 64, 0}, {0, 64, 4},  {64, 0, 4},   {3, 8, 2},      {1, 1, 1},
-                                      {5, 9, 2},   {8, 6, 3},   {16, 16, 3},  {17, 40, 2},    {33, 32, 3},
-                                      {1000, 997, 3}, {5120, 5136, 2}};
+    const unsigned int shapes[][3] = {{64, 64, 0}, {0, 64, 4}, {64, 0, 4}, {3, 8, 2}, {5, 9, 2}, {8, 6, 3},
+                                      {16, 16, 3}, {17, 40, 2}, {33, 32, 3}, {5120, 5136, 2}};
     std::uint32_t seed = 11;
     for (const auto& [to, from, rows] : shapes) {
         const auto source = cconvert::test::random_bytes(std::size_t{from} * rows + kSlack, ++seed);
         GuardedBuffer out(std::size_t{to} * rows + kSlack);
         out.fill_random(++seed);
-        auto expected = out.contents();
+        Bytes expected = out.contents();
         for (std::uint32_t r = 0; r < rows; ++r)
             c.model(expected.data() + r * to, source.data() + r * from, std::min(to, from), c.table);
         EXPECT_EQ(c.convert(out.data(), source.data(), to, from, rows), 0);

@@ -57,7 +57,8 @@ struct Encoder {
                 prev_cb = cb_b, prev_cr = cr_b;
             }
             for (int i = 0; i < 4; ++i)
-                rules.v210 ? store32(out, i, v210_word(f[3 * i], f[3 * i + 1], f[3 * i + 2])) : void(out[i] = U8(f[i]));
+                if (rules.v210) store32(out, i, v210_word(f[3 * i], f[3 * i + 1], f[3 * i + 2]));
+                else out[i] = U8(f[i]);
             out += rules.v210 ? 16 : 4;
         }
     }

@@ -18,8 +18,8 @@ namespace {
 const double kM1 = 2610.0 / 16384.0, kM2 = 2523.0 / 4096.0 * 128.0;
 const double kC1 = 3424.0 / 4096.0, kC2 = 2413.0 / 4096.0 * 32.0, kC3 = 2392.0 / 4096.0 * 32.0;
 
-// Entry i of an n-entry table: PQ of linear light (1 is 10000 cd/m2) and back, floored; the 8-bit decoder is
-// a power-1.9 curve onto 16..235 (over 113 steps, not 112) up to 128, rounded half up.
+// Entry i of an n-entry table: PQ of linear light (1 is 10000 cd/m2) and back, floored; the 8-bit decoder is a
+// power-1.9 curve onto 16..235 (over 113 steps, not 112) up to 128, rounded half up.
 std::uint32_t pq_entry(std::uint32_t i, double n) {
     const double y = std::pow(i / n, kM1);
     return static_cast<std::uint32_t>(std::floor(n * std::pow((kC1 + kC2 * y) / (1.0 + kC3 * y), kM2)));
@@ -118,10 +118,8 @@ void model_bytes(unsigned char* out, const unsigned char* in, std::uint32_t w, T
 }
 
 void model_luma_only(unsigned char* out, const unsigned char* in, std::uint32_t w, Table t) {
-    for (std::uint32_t k = 0; k + 4 <= w; k += 4) {
-        out[k + 1] = static_cast<unsigned char>(t[in[k + 1]]);
-        out[k + 3] = static_cast<unsigned char>(t[in[k + 3]]);
-    }
+    for (std::uint32_t k = 0; k + 4 <= w; k += 4)
+        for (std::uint32_t y : {k + 1, k + 3}) out[y] = static_cast<unsigned char>(t[in[y]]);
 }
 
 void model_copy_then_luma(unsigned char* out, const unsigned char* in, std::uint32_t w, Table t) {

@@ -5,10 +5,8 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <latch>
 #include <limits>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -286,26 +284,6 @@ TEST(HalfFloatEntryPoints, RouteToThePortableKernels) {
         EXPECT_FALSE(shim(out.data(), 64, in, 64, 8, 2, 0, 0));
     EXPECT_TRUE(out.contents() == std::vector<unsigned char>(1024, 0x33) && out.guards_intact());
     EXPECT_EQ(yCbCr_halffloat_avx2_available() | yCbCr_halffloat_neon_available(), 0);
-}
-
-// Several threads make the first SDR-to-HDR call at once (each test runs in a process of its own).
-TEST(HalfFloatSdrToHdr, ConcurrentFirstCallsGiveTheModelsOutput) {
-    constexpr int kThreads = 4;
-    const long width = 1920, height = 4, in_pitch = 5120, out_pitch = 8 * width;
-    const auto source = random_bytes(in_pitch * height, 21);
-    std::vector<std::vector<unsigned char>> outputs(kThreads, std::vector<unsigned char>(out_pitch * height));
-    std::latch start(kThreads);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            yCbCr10_to_halffloat_sdr_to_hdr(outputs[t].data(), out_pitch, source.data(), in_pitch, width, height, 0);
-        });
-    for (auto& thread : threads) thread.join();
-    std::vector<unsigned char> expected(out_pitch * height);
-    for (long x = 0; x < width * height; ++x)
-        model_pixel(Kernel::SdrToHdr, source.data() + x / width * in_pitch, x % width, 0, 0, expected.data() + 8 * x);
-    for (int t = 0; t < kThreads; ++t) EXPECT_EQ(outputs[t], expected) << t;
 }
 
 }  // namespace

@@ -72,7 +72,8 @@ std::size_t packed10_row(long w) { return 5 * w / 2; }
 const Case kCases[] = {
     {"Rgba32ToRgb24", bytes4, bytes3, true, 0, CONVERT(ccnvt_rgba32_rgb24_inplace(d, dp, s, sp, w, rows))},
     {"Rgba32ToBgra32", bytes4, bytes4, false, 18, CONVERT(ccnvt_rgba32_bgra32_inplace(d, dp, s, sp, w, rows))},
-    {"Rgba32ToRgb16", bytes4, bytes2, true, 0, CONVERT(ccnvt_rgba32_rgb16(d, dp, s, sp, w, rows))},
+    {"Rgba32ToRgb16", bytes4, bytes2, true, 18, CONVERT(ccnvt_rgba32_rgb16(d, dp, s, sp, w, rows))},
+    {"Rgb24ToRgba32", bytes3, bytes4, false, 18, CONVERT(ccnvt_rgb24_rgba32_inplace(d, dp, s, sp, w, rows))},
     {"Rgba64ToRgba32", bytes8, bytes4, true, 18, CONVERT(ccnvt_rgba64_rgba32(d, dp, s, sp, w, rows, 12))},
     // The 2vuy side is always tight.
     {"2vuyToV210", bytes2, v210_row, true, 0, CONVERT(ccnvt_2vuy_v210(d, s, unsigned(w), unsigned(rows), unsigned(dp)))},

@@ -184,7 +184,6 @@ TEST_P(Packed10Frames, SlotsFollowTheLineSkipRule) {
         {false, 480, 3, 964, 1280, 3, 1, 4},     // a line per slot: not after slot 0, after slots 1 and 2
         {false, 1920, 2, 3840, 1300, 8, 4, 0},   // tight rows; slot_size only scales the result
         {false, 240, 100, 500, 1280, 50, 0, 20}, // fewer slots than lines: no line ends, no skips
-        {false, 1000, 3, 2000, 1280, 6, 2, 0},   // slots straddle line ends
         {false, 1920, 2, 1000, 1280, 8, 4, 0},   // a pitch below the line skips nothing
         {true, 1920, 4, 5120 + 64, 1500, 16, 4, 64},  // skip (1296 - 1280) * 4 = 64; slot_size scales the result
         {true, 480, 3, 1280 + 6, 1280, 3, 1, 4},      // (321 - 320) * 4: not after slot 0

@@ -155,24 +155,17 @@ TEST(FillAlpha, IsFFAtLoadAndHonouredByEveryWidening) {
     }
 }
 
-// Two pixels per row, source rows of 8 bytes, destination rows of 11.
-TEST(RgbValues, MacWideningPutsPixelsAtTheEndOfEachSpan) {
+// Mac widening: two pixels per row, source rows of 8 bytes, destination rows of 11, pixels at the end of each.
+// Inverting narrowing, height -2: destination rows at (height - 1 - k) * pitch = -3 and -4 pitches.
+TEST(RgbValues, MacWideningEndsEachSpanAndANegativeHeightStartsAboveTheDestination) {
     const auto source = bytes_of({9, 9, 1, 2, 3, 4, 5, 6, 9, 9, 7, 8, 9, 10, 11, 12});
-    std::vector<unsigned char> destination(22, 0xEE);
+    std::vector<unsigned char> destination(22, 0xEE), frame(5 * 3, 0xEE);
     ccnvt_macbgr24_macargb32_inplace(destination.data(), 11, source.data(), 8, 2, 2);
     EXPECT_EQ(destination, bytes_of({0xEE, 0xEE, 0xEE, 0xFF, 1, 2, 3, 0xFF, 4, 5, 6,  //
                                      0xEE, 0xEE, 0xEE, 0xFF, 7, 8, 9, 0xFF, 10, 11, 12}));
+    ccnvt_rgba32_rgb24_invert(frame.data() + 4 * 3, 3, source.data() + 2, 4, 1, -2);
+    EXPECT_EQ(frame, bytes_of({5, 6, 9, 1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
 }
-
-// Height -2: destination rows at (height - 1 - k) * pitch = -3 and -4 pitches.
-TEST(RgbValues, InvertingNarrowingWithANegativeHeightStartsAboveTheDestination) {
-    const auto source = bytes_of({1, 2, 3, 4, 5, 6, 7, 8});
-    std::vector<unsigned char> frame(5 * 3, 0xEE);
-    ccnvt_rgba32_rgb24_invert(frame.data() + 4 * 3, 3, source.data(), 4, 1, -2);
-    EXPECT_EQ(frame, bytes_of({5, 6, 7, 1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
-}
-
-// ---- 16-bit: the hand-worked values ----
 
 // The word at (x, y) of a frame of (x + 1) x (y + 1) equal pixels; D is the dither at (x, y).
 int reduce_one(const FrameFn& reduce, std::array<int, 4> pixel, long x = 0, long y = 0) {
@@ -184,14 +177,12 @@ int reduce_one(const FrameFn& reduce, std::array<int, 4> pixel, long x = 0, long
     return destination[at] | destination[at + 1] << 8;
 }
 
-TEST(Rgb16, DitherExamples) {
+TEST(Rgb16, DitherAndExpansionExamples) {
     const FrameFn dithered = FRAME_FN(ccnvt_rgba32_rgb16_dithered), dithered565 = FRAME_FN(ccnvt_rgba32_rgb16_565_dithered);
     EXPECT_EQ(reduce_one(dithered, {255, 255, 255, 0}, 0, 3), 0x7FFF);  // D = 15 saturates
     EXPECT_EQ(reduce_one(dithered, {0x84, 0x84, 0x84, 0}, 1, 0), 17 << 10 | 17 << 5 | 17);  // D = 8 adds 4
     EXPECT_EQ(reduce_one(dithered565, {0, 0x7E, 0, 0}, 0, 3), 32 << 5);  // green adds D >> 2: 0x7E to 0x81
-}
-
-TEST(Rgb16, ExpansionShiftsWithoutReplicatingAndIgnoresBit15) {
+    // Expansion shifts without replicating and ignores bit 15.
     auto words = bytes_of({0xFF, 0x7F, 0x00, 0x80, 0x1F, 0x00, 0xE0, 0x83});
     std::vector<unsigned char> rgb24(12);
     ccnvt_rgb16_rgb24(rgb24.data(), 12, words.data(), 8, 4, 1);

@@ -162,7 +162,8 @@ TEST(Nv10, ToV210WorkedByHand) {
     const std::vector<unsigned short> frame(30, 0x4000);
     GuardedBuffer ten(64, 0xEE);
     EXPECT_EQ(cycbcr_NV10_to_v210(ten.data(), frame.data(), 10, 2, 32), 2u);
-    EXPECT_TRUE(Bytes(ten.data() + 16, ten.data() + 32) == Bytes(16, 0xEE) && Bytes(ten.data() + 48, ten.data() + 64) == Bytes(16, 0xEE));
+    EXPECT_EQ(Bytes(ten.data() + 16, ten.data() + 32), Bytes(16, 0xEE));
+    EXPECT_EQ(Bytes(ten.data() + 48, ten.data() + 64), Bytes(16, 0xEE));
     EXPECT_EQ(cycbcr_NV10_to_v210(out.data(), planes, 5, 3, 32), 15u);
     EXPECT_EQ(cycbcr_NV10_to_v210(out.data(), planes, 12, 0, 32), 0u);
     EXPECT_TRUE(out.guards_intact() && ten.guards_intact());

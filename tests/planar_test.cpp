@@ -1,5 +1,6 @@
 // Packed 4:2:2 to planar, semi-planar and 16-bit-container YCbCr against scalar
 // models, under each kernel choice, on odd sizes and pitches, with guards.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -109,10 +110,9 @@ TEST_P(PlanarKernels, Yuy2ToYv12MatchesTheModelInEveryForm) {
     }
 }
 
-// NV10 keeps each word's high byte; below width 2 NV12 returns width * height; NV10 returns 1 when
-// AVX2 (even widths) did it. v210: 12 pixels in 8 words, a rest of m pixels in kRestWords[m] words.
+// NV10 keeps each word's high byte; below width 2 NV12 returns width * height; NV10 returns 1 when AVX2
+// (even widths) did it. v210: whole pairs of up to 12 pixels, three samples a word, the last word partial.
 TEST_P(PlanarKernels, SemiPlanarFramesMatchTheModel) {
-    constexpr std::uint32_t kRestWords[12] = {0, 0, 2, 2, 3, 3, 4, 4, 6, 6, 7, 7};
     for (std::uint32_t width : widths_to_test())
         for (std::uint32_t height : {1u, 3u}) {
             const std::size_t samples = std::size_t{width} * height + std::size_t{width} * ((height + 1) / 2);
@@ -133,7 +133,7 @@ TEST_P(PlanarKernels, SemiPlanarFramesMatchTheModel) {
                     uyvy10[r * pitch + i] = at(words, r, 0, i) >> 8;
                 }
                 for (std::uint32_t x = 0; x < width; x += 12)
-                    for (std::uint32_t w = 0; w < (width - x >= 12 ? 8 : kRestWords[width - x]); ++w)
+                    for (std::uint32_t w = 0; w < (4 * (std::min(width - x, 12u) / 2) + 2) / 3; ++w)
                         store32(&v210[r * v210_pitch + x / 6 * 16], w,
                                 v210_word(4 * at(nv12.data(), r, x, 3 * w), 4 * at(nv12.data(), r, x, 3 * w + 1),
                                           4 * at(nv12.data(), r, x, 3 * w + 2)));

@@ -62,33 +62,30 @@ struct Case {
 
 void PrintTo(const Case& c, std::ostream* out) { *out << c.name; }
 
-std::size_t bytes1(long w) { return w; }
-std::size_t bytes2(long w) { return 2 * w; }
-std::size_t bytes3(long w) { return 3 * w; }
-std::size_t bytes4(long w) { return 4 * w; }
-std::size_t bytes8(long w) { return 8 * w; }
+template <int N> std::size_t bytes(long w) { return N * w; }
 std::size_t packed10_row(long w) { return 5 * w / 2; }
 
 const Case kCases[] = {
-    {"Rgba32ToRgb24", bytes4, bytes3, true, 0, CONVERT(ccnvt_rgba32_rgb24_inplace(d, dp, s, sp, w, rows))},
-    {"Rgba32ToBgra32", bytes4, bytes4, false, 18, CONVERT(ccnvt_rgba32_bgra32_inplace(d, dp, s, sp, w, rows))},
-    {"Rgba32ToRgb16", bytes4, bytes2, true, 0, CONVERT(ccnvt_rgba32_rgb16(d, dp, s, sp, w, rows))},
-    {"Rgba64ToRgba32", bytes8, bytes4, true, 18, CONVERT(ccnvt_rgba64_rgba32(d, dp, s, sp, w, rows, 12))},
+    {"Rgba32ToRgb24", bytes<4>, bytes<3>, true, 0, CONVERT(ccnvt_rgba32_rgb24_inplace(d, dp, s, sp, w, rows))},
+    {"Rgba32ToBgra32", bytes<4>, bytes<4>, false, 18, CONVERT(ccnvt_rgba32_bgra32_inplace(d, dp, s, sp, w, rows))},
+    {"Rgba32ToRgb16", bytes<4>, bytes<2>, true, 18, CONVERT(ccnvt_rgba32_rgb16(d, dp, s, sp, w, rows))},
+    {"Rgb24ToRgba32", bytes<3>, bytes<4>, false, 18, CONVERT(ccnvt_rgb24_rgba32_inplace(d, dp, s, sp, w, rows))},
+    {"Rgba64ToRgba32", bytes<8>, bytes<4>, true, 18, CONVERT(ccnvt_rgba64_rgba32(d, dp, s, sp, w, rows, 12))},
     // The 2vuy side is always tight.
-    {"2vuyToV210", bytes2, v210_row, true, 0, CONVERT(ccnvt_2vuy_v210(d, s, unsigned(w), unsigned(rows), unsigned(dp)))},
-    {"V210To2vuy", v210_row, bytes2, true, 0, CONVERT(ccnvt_v210_2vuy(d, s, unsigned(w), unsigned(rows), unsigned(sp)))},
+    {"2vuyToV210", bytes<2>, v210_row, true, 0, CONVERT(ccnvt_2vuy_v210(d, s, unsigned(w), unsigned(rows), unsigned(dp)))},
+    {"V210To2vuy", v210_row, bytes<2>, true, 0, CONVERT(ccnvt_v210_2vuy(d, s, unsigned(w), unsigned(rows), unsigned(sp)))},
     // libycbcr picks its matrix by frame size: at 1280 wide, BT.709 for one row too.
-    {"2vuyToRgb32ThroughLibycbcr", bytes2, bytes4, true, 1280, CONVERT(ccnvt_yuv422_8_rgb32(d, dp, s, sp, w, rows, 1))},
-    {"2vuyToRgbOwnDecoder", bytes2, bytes4, false, 18, CONVERT(ccnvt_yuv422_rgb24(d, dp, s, sp, w, rows, 1))},
+    {"2vuyToRgb32ThroughLibycbcr", bytes<2>, bytes<4>, true, 1280, CONVERT(ccnvt_yuv422_8_rgb32(d, dp, s, sp, w, rows, 1))},
+    {"2vuyToRgbOwnDecoder", bytes<2>, bytes<4>, false, 18, CONVERT(ccnvt_yuv422_rgb24(d, dp, s, sp, w, rows, 1))},
     {"V210ToPacked10", v210_row, packed10_row, true, 18,
      CONVERT(ccnvt_ycbcr422_v210_to_packed10(s, int(sp), int(w), 0, int(rows), int(rows), d, int(dp), false))},
-    {"HalfFloatFrom2vuy", bytes2, bytes8, false, 18, CONVERT(yCbCr8_to_halffloat(d, dp, s, sp, w, rows, 1, 0))},
-    {"St2084ToRgb", bytes4, bytes4, true, 0, CONVERT(ccnvt_st2084_to_rgb(d, s, unsigned(dp), unsigned(sp), unsigned(rows)))},
-    {"HorizontalFlip", bytes4, bytes4, true, 18,
+    {"HalfFloatFrom2vuy", bytes<2>, bytes<8>, false, 18, CONVERT(yCbCr8_to_halffloat(d, dp, s, sp, w, rows, 1, 0))},
+    {"St2084ToRgb", bytes<4>, bytes<4>, true, 0, CONVERT(ccnvt_st2084_to_rgb(d, s, unsigned(dp), unsigned(sp), unsigned(rows)))},
+    {"HorizontalFlip", bytes<4>, bytes<4>, true, 18,
      CONVERT(ccnvt_flip_horz(reinterpret_cast<unsigned int*>(d), reinterpret_cast<unsigned int*>(s), unsigned(w),
                              int(rows), int(dp)))},
-    {"RgbaToAlpha", bytes4, bytes1, true, 0, CONVERT(ccnvt_rgba_to_alpha(d, 0, s, sp, w, rows))},
-    {"SetAlphaOnACopy", bytes4, bytes4, false, 18, CONVERT({
+    {"RgbaToAlpha", bytes<4>, bytes<1>, true, 0, CONVERT(ccnvt_rgba_to_alpha(d, 0, s, sp, w, rows))},
+    {"SetAlphaOnACopy", bytes<4>, bytes<4>, false, 18, CONVERT({
          for (long r = 0; r < rows; ++r) std::memcpy(d + r * dp, s + r * sp, 4 * w);
          ccnvt_rgba_setalpha(d, dp, 0x7F, w, rows);
      })},
@@ -128,61 +125,6 @@ TEST_P(Families, BigFramesAndRowsPast2GiBEqualOneRowConversions) {
 
 INSTANTIATE_TEST_SUITE_P(SizeLimits, Families, testing::ValuesIn(kCases),
                          [](const testing::TestParamInfo<Case>& info) { return info.param.name; });
-
-// ---- converters that take more than one source row per output row ----
-
-TEST(BigFrame, Nv12To2vuyTakesChromaRowHalfTheLine) {
-    SKIP_UNDER_TSAN();
-    Reserved source(kW * kH * 3 / 2), destination(2 * kW * kH);
-    ASSERT_TRUE(source && destination) << "no address space";
-    const long sampled[] = {0, 1, kH / 2 + 1, kH - 1};
-    for (long k : sampled) {
-        fill_random(source.data() + k * kW, kW, static_cast<std::uint32_t>(k));
-        fill_random(source.data() + kW * kH + k / 2 * kW, kW, static_cast<std::uint32_t>(k + kH));
-    }
-    cycbcr_NV12_to_uyvy(destination.data(), source.data(), kW, kH, 2 * kW);
-    for (long k : sampled) {
-        // A two-line NV12 frame: luma rows k & ~1 and k | 1, chroma row k / 2.
-        const long first = k & ~1L;
-        Bytes small(3 * kW), expected(4 * kW);
-        std::memcpy(small.data(), source.data() + first * kW, 2 * kW);
-        std::memcpy(small.data() + 2 * kW, source.data() + kW * kH + k / 2 * kW, kW);
-        cycbcr_NV12_to_uyvy(expected.data(), small.data(), kW, 2, 2 * kW);
-        ASSERT_EQ(0, std::memcmp(destination.data() + k * 2 * kW, expected.data() + (k - first) * 2 * kW, 2 * kW))
-            << "row " << k;
-    }
-}
-
-TEST(BigFrame, ReducedDecoderStepsThreeSourceRowsPerOutputRow) {
-    SKIP_UNDER_TSAN();
-    const long rows = kH / 3;
-    Reserved source(2 * kW * kH), destination(4 * kW * rows);  // factor 3 keeps every column
-    ASSERT_TRUE(source && destination) << "no address space";
-    for (long r : {0L, 1L, rows / 2, rows - 1}) fill_random(source.data() + 3 * r * 2 * kW, 2 * kW, r);
-    ccnvt_yuv422_rgb24(destination.data(), 4 * kW, source.data(), 2 * kW, kW, kH, 3);
-    for (long r : {0L, 1L, rows / 2, rows - 1}) {
-        Bytes expected(4 * kW);
-        ccnvt_yuv422_rgb24(expected.data(), 4 * kW, source.data() + 3 * r * 2 * kW, 2 * kW, kW, 1, 1);
-        ASSERT_EQ(0, std::memcmp(destination.data() + r * 4 * kW, expected.data(), 4 * kW)) << "row " << r;
-    }
-}
-
-TEST(BigFrame, I420PlanesOfAFullFrame) {
-    SKIP_UNDER_TSAN();
-    Reserved source(2 * kW * kH), planes(kW * kH * 3 / 2);
-    ASSERT_TRUE(source && planes) << "no address space";
-    const unsigned char* last_row = source.data() + (kH - 1) * 2 * kW;
-    const unsigned char* chroma_row = source.data() + (kH - 2) * 2 * kW;  // the last even row
-    fill_random(source.data() + (kH - 2) * 2 * kW, 4 * kW, 3);
-    ccnvt_2vuy_i420(planes.data(), source.data(), kW, kH, 0);
-    const unsigned char* cr_last = planes.data() + kW * kH + kW * kH / 4 + (kH / 2 - 1) * (kW / 2);
-    for (long x = 0; x < kW / 2; ++x) {
-        ASSERT_EQ(planes.data()[kW * kH - kW + 2 * x], last_row[4 * x + 1]) << x;
-        ASSERT_EQ(cr_last[x], chroma_row[4 * x + 2]) << x;
-    }
-}
-
-// ---- row offsets past 2^31 ----
 
 TEST(FarRows, RleDecoderFindsItsBottomRowPast2GiB) {
     SKIP_UNDER_TSAN();

@@ -1,7 +1,6 @@
 // Whole-frame packed10 entry points against the model: wrappers, 8-bit output,
 // low bits, Y10, the packetised reader and the slot writers.
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -18,8 +17,6 @@ using namespace cconvert::test::model;
 namespace {
 class Packed10Frames : public FeatureWordTest {};
 }  // namespace
-
-// ---- frame wrappers ----
 
 TEST_P(Packed10Frames, WrappersConvertWholeFramesAndPlaceFields) {
     // The flag counts by its low byte: 0x100 is progressive.
@@ -62,25 +59,15 @@ TEST_P(Packed10Frames, WrappersConvertWholeFramesAndPlaceFields) {
             }
 }
 
-// ---- 8-bit output and the low bits ----
-
-TEST(Packed10ToUyvu, KeepsTheTopEightBitsAndWritesNothingForHeightZero) {
-    const Bytes packed = pack_stream({0x203, 0x2FC, 0x3FF, 0x003});
-    GuardedBuffer out(4, 0x5A);
-    EXPECT_EQ(ccnvt_YCbCr10Packed_to_uyvu(out.data(), packed.data(), 2, 0, 1), 0);
-    EXPECT_EQ(out.contents(), Bytes(4, 0x5A));
-    EXPECT_EQ(ccnvt_YCbCr10Packed_to_uyvu(out.data(), packed.data(), 2, 1, 0), 0);
-    EXPECT_EQ(out.contents(), (Bytes{0x80, 0xBF, 0xFF, 0x00}));
-}
-
+// The top eight bits of one stream of whole pairs; height 0 writes nothing.
 TEST_P(Packed10Frames, UyvuReadsOneStreamOfWholePairsAndPlacesFields) {
     for (unsigned width : {7u, 64u, 1920u})
-        for (unsigned height : {1u, 4u, 5u})
+        for (unsigned height : {0u, 1u, 4u, 5u})
             for (int interlaced : {0, 1}) {
                 const std::size_t pairs = width / 2;
                 const Bytes packed = random_bytes(5 * pairs * height, width * height);
                 GuardedBuffer out(2 * width * height, 0x5A);
-                ccnvt_YCbCr10Packed_to_uyvu(out.data(), packed.data(), width, height, interlaced);
+                EXPECT_EQ(ccnvt_YCbCr10Packed_to_uyvu(out.data(), packed.data(), width, height, interlaced), 0);
                 const Bytes all = narrow(unpack_stream(packed.data(), 4 * pairs * height));
                 Bytes expected(2 * width * height, 0x5A);
                 for (std::size_t line = 0; line < height; ++line)
@@ -114,8 +101,6 @@ TEST(Packed10LowBits, KeepTheLowEightBitsFromAnyBitOffset) {
         }
 }
 
-// ---- Y10 stream ----
-
 TEST_P(Packed10Frames, Y10StreamGoesByWholeStepsOfFifteenBytes) {
     for (unsigned count : {0u, 1u, 14u, 15u, 16u, 30u, 31u, 15007u}) {
         const std::size_t steps = (count + 14) / 15;
@@ -127,8 +112,6 @@ TEST_P(Packed10Frames, Y10StreamGoesByWholeStepsOfFifteenBytes) {
         ASSERT_TRUE(v210.guards_intact()) << count;
     }
 }
-
-// ---- packetised stream ----
 
 namespace {
 constexpr std::size_t kPacket = 1220;  // a 20-byte header and 1200 bytes of packed10: 480 pixels
@@ -161,22 +144,13 @@ TEST_P(Packed10Frames, PacketisedLinesFillV210RowsPairByPair) {
             }
 }
 
-TEST(PacketisedStream, Pixel480ComesFromTheSecondPacketAndEmptyFramesWriteNothing) {
-    Bytes packets(kPacket * 4, 0);
-    const Bytes pair = pack_stream({0x111, 0x222, 0x333, 0x3AB});
-    std::memcpy(packets.data() + 1220, pair.data(), 5);  // the second payload starts 1220 bytes on
-    Bytes v210(5120, 0);
-    ccnvt_YCbCr10Packetized_to_v210(v210.data(), packets.data(), 1920, 1, 0);
-    EXPECT_EQ(word_at(v210.data() + 16 * 80, 0), 0x111u | 0x222u << 10 | 0x333u << 20);
-    EXPECT_EQ(word_at(v210.data() + 16 * 80, 1) & 0x3FF, 0x3ABu);
-
+TEST(PacketisedStream, EmptyFramesWriteNothing) {
+    const Bytes packets(kPacket * 4, 0);
     GuardedBuffer untouched(256, 0x5A);
     EXPECT_EQ(ccnvt_YCbCr10Packetized_to_v210(untouched.data(), packets.data(), 0, 4, 0), 0);
     EXPECT_EQ(ccnvt_YCbCr10Packetized_to_v210(untouched.data(), packets.data(), 96, 0, 1), 0);
     EXPECT_EQ(untouched.contents(), Bytes(256, 0x5A));
 }
-
-// ---- slot writers ----
 
 namespace {
 
@@ -210,7 +184,6 @@ TEST_P(Packed10Frames, SlotsFollowTheLineSkipRule) {
         {false, 480, 3, 964, 1280, 3, 1, 4},     // a line per slot: not after slot 0, after slots 1 and 2
         {false, 1920, 2, 3840, 1300, 8, 4, 0},   // tight rows; slot_size only scales the result
         {false, 240, 100, 500, 1280, 50, 0, 20}, // fewer slots than lines: no line ends, no skips
-        {false, 1000, 3, 2000, 1280, 6, 2, 0},   // slots straddle line ends
         {false, 1920, 2, 1000, 1280, 8, 4, 0},   // a pitch below the line skips nothing
         {true, 1920, 4, 5120 + 64, 1500, 16, 4, 64},  // skip (1296 - 1280) * 4 = 64; slot_size scales the result
         {true, 480, 3, 1280 + 6, 1280, 3, 1, 4},      // (321 - 320) * 4: not after slot 0

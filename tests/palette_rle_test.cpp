@@ -1,6 +1,4 @@
-// Run-length decoding: random streams of every code type against a model
-// decoder, bytes around the frame included; hand-worked streams. The palette
-// lookup as a frame walk.
+// Run-length decoding: random streams against a model decoder; hand-worked streams; the palette lookup.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -43,8 +41,6 @@ std::vector<DecoderCase> decoders() {
     };
 }
 
-// ---- streams ----
-
 struct Stream {
     std::vector<unsigned char> codes;
     Stream& code(unsigned first, unsigned second) {
@@ -52,7 +48,6 @@ struct Stream {
         codes.push_back(static_cast<unsigned char>(second));
         return *this;
     }
-    Stream& encoded(unsigned count, unsigned value) { return code(count, value); }
     Stream& end_of_line() { return code(0, 0); }
     Stream& end_of_bitmap() { return code(0, 1); }
     Stream& delta(unsigned right, unsigned up) { return code(0, 2).code(right, up); }
@@ -95,7 +90,7 @@ std::vector<unsigned char> random_stream(int bits, long width, long rows, long o
             const long n = pick(literal ? 3 : 1, std::min(left, 255L));
             std::vector<unsigned> indices(literal ? n : 0);
             for (auto& index : indices) index = static_cast<unsigned>(pick(0, max_index));
-            literal ? stream.absolute(indices, bits) : stream.encoded(static_cast<unsigned>(n), static_cast<unsigned>(pick(0, 255)));
+            literal ? stream.absolute(indices, bits) : stream.code(static_cast<unsigned>(n), static_cast<unsigned>(pick(0, 255)));
             x += n;
         }
         if (stop_here) {
@@ -107,8 +102,6 @@ std::vector<unsigned char> random_stream(int bits, long width, long rows, long o
     }
     return stream.bytes();
 }
-
-// ---- the model decoder ----
 
 void model_decode(const DecoderCase& d, const std::vector<unsigned char>& stream, unsigned char* destination,
                   long pitch, long width, long height, const unsigned char* palette) {
@@ -170,8 +163,6 @@ TEST(RleDecoders, RandomStreamsMatchTheModel) {
         }
 }
 
-// ---- hand-worked streams ----
-
 using Bytes = std::vector<unsigned char>;
 
 // Entry i is i, i + 1, i + 2 (and 0x99 in 4-byte entries).
@@ -183,57 +174,42 @@ Bytes counting_palette(int entry_bytes) {
 }
 const Bytes kPalette3 = counting_palette(3), kPalette4 = counting_palette(4);
 
-// `rows` rows of width pixels, 8 bytes of 0xEE after them; rows listed top first.
-Bytes decode_rows(Decoder decode, int pixel_bytes, long width, long rows, const Bytes& stream, long pitch = 0) {
-    if (pitch == 0) pitch = pixel_bytes * width;
-    Bytes frame(pitch * std::labs(rows) + 8, 0xEE);
-    decode(frame.data(), pitch, stream.data(), 0, width, rows, (pixel_bytes == 3 ? kPalette3 : kPalette4).data());
-    return frame;
+// Each frame of `size` bytes starts as 0xEE and is decoded from `offset` on; past `written` it stays 0xEE.
+TEST(RleValues, HandWorkedStreams) {
+    constexpr int E = 0xEE;
+    const struct {
+        const char* what;
+        Decoder decode;
+        int entry_bytes;
+        long width, rows, pitch, offset;
+        std::size_t size;
+        Bytes stream, written;
+    } cases[] = {
+        {"rle4 runs alternate nibbles; decoding stops after height ends of line", ccnvt_rle4_rgb24, 3, 3, 2, 9, 0, 26,
+         Stream().code(3, 0x7C).end_of_line().code(1, 0x20).end_of_line().code(1, 0x30).bytes(),
+         {2, 3, 4, E, E, E, E, E, E, 7, 8, 9, 12, 13, 14, 7, 8, 9}},
+        {"a run past the row end is clipped and the next code follows it", ccnvt_rle8_rgb24, 3, 5, 2, 16, 0, 40,
+         Stream().code(2, 1).code(10, 3).end_of_line().code(1, 4).end_of_line().bytes(),
+         {4, 5, 6, E, E, E, E, E, E, E, E, E, E, E, E, E, 1, 2, 3, 1, 2, 3, 3, 4, 5, 3, 4, 5, 3, 4, 5}},
+        {"rle8 absolute runs: 3 indices take 4 bytes, 4 take 4", ccnvt_rle8_rgba32, 4, 8, 1, 32, 0, 40,
+         {0, 3, 10, 11, 12, 0xFF, 0, 4, 20, 21, 22, 23, 1, 30, 0, 1},
+         {10, 11, 12, 0, 11, 12, 13, 0, 12, 13, 14, 0, 20, 21, 22, 0, 21, 22, 23, 0, 22, 23, 24, 0, 23, 24, 25, 0,
+          30, 31, 32, 0}},
+        {"rle4 absolute runs: 5 nibbles take 3 bytes and a pad", ccnvt_rle4_rgb24, 3, 7, 1, 21, 0, 29,
+         {0, 5, 0x12, 0x34, 0x5F, 0xFF, 2, 0x9A, 0, 1}, {1, 2, 3, 2, 3, 4, 3, 4, 5, 4, 5, 6, 5, 6, 7, 9, 10, 11, 10, 11, 12}},
+        {"rle8_rgba32 writes runs whole", ccnvt_rle8_rgba32, 4, 1, 1, 4, 0, 20, Stream().code(3, 2).end_of_bitmap().bytes(),
+         {2, 3, 4, 0, 2, 3, 4, 0, 2, 3, 4, 0}},
+        {"rle8_rgba32 starts at row height - 1 as passed: -3 and -4 for -2", ccnvt_rle8_rgba32, 4, 1, -2, 4, 16, 20,
+         Stream().code(1, 1).end_of_line().code(1, 2).end_of_line().bytes(), {2, 3, 4, 0, 1, 2, 3, 0}},
+    };
+    for (const auto& c : cases) {
+        Bytes frame(c.size, E), expected = c.written;
+        expected.resize(c.size, E);
+        c.decode(frame.data() + c.offset, c.pitch, c.stream.data(), 0, c.width, c.rows,
+                 (c.entry_bytes == 3 ? kPalette3 : kPalette4).data());
+        EXPECT_EQ(frame, expected) << c.what;
+    }
 }
-
-Bytes row_bytes(const Bytes& frame, std::size_t from, std::size_t n) { return Bytes(frame.begin() + from, frame.begin() + from + n); }
-
-TEST(RleValues, Rle4RunsAlternateNibblesAndDecodingStopsAfterHeightEndsOfLine) {
-    const auto stream = Stream().encoded(3, 0x7C).end_of_line().encoded(1, 0x20).end_of_line().encoded(1, 0x30).bytes();
-    EXPECT_EQ(row_bytes(decode_rows(ccnvt_rle4_rgb24, 3, 3, 2, stream), 0, 21),
-              (Bytes{2, 3, 4, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 7, 8, 9, 12, 13, 14, 7, 8, 9, 0xEE, 0xEE, 0xEE}));
-}
-
-TEST(RleValues, DeltaEndsTheDecodeAndLeavesTheRestAsItWas) {
-    const auto frame = decode_rows(ccnvt_rle8_rgb24, 3, 4, 2, Stream().encoded(2, 7).delta(1, 0).encoded(2, 9).end_of_line().bytes());
-    EXPECT_EQ(row_bytes(frame, 0, 12), Bytes(12, 0xEE));
-    EXPECT_EQ(row_bytes(frame, 12, 12), (Bytes{7, 8, 9, 7, 8, 9, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
-}
-
-TEST(RleValues, ARunPastTheRowEndIsClippedAndTheNextCodeFollowsIt) {
-    const auto stream = Stream().encoded(2, 1).encoded(10, 3).end_of_line().encoded(1, 4).end_of_line().bytes();
-    const auto frame = decode_rows(ccnvt_rle8_rgb24, 3, 5, 2, stream, 16);
-    EXPECT_EQ(row_bytes(frame, 16, 16), (Bytes{1, 2, 3, 1, 2, 3, 3, 4, 5, 3, 4, 5, 3, 4, 5, 0xEE}));
-    EXPECT_EQ(row_bytes(frame, 0, 4), (Bytes{4, 5, 6, 0xEE}));
-}
-
-TEST(RleValues, AbsoluteRunsArePaddedToAnEvenLength) {
-    // rle8: 3 indices take 4 bytes, 4 take 4.
-    auto row = decode_rows(ccnvt_rle8_rgba32, 4, 8, 1, {0, 3, 10, 11, 12, 0xFF, 0, 4, 20, 21, 22, 23, 1, 30, 0, 1});
-    EXPECT_EQ(row_bytes(row, 0, 32), (Bytes{10, 11, 12, 0, 11, 12, 13, 0, 12, 13, 14, 0, 20, 21, 22, 0, 21, 22, 23, 0,
-                                            22, 23, 24, 0, 23, 24, 25, 0, 30, 31, 32, 0}));
-    // rle4: 5 nibbles take 3 bytes and a pad byte.
-    row = decode_rows(ccnvt_rle4_rgb24, 3, 7, 1, {0, 5, 0x12, 0x34, 0x5F, 0xFF, 2, 0x9A, 0, 1});
-    EXPECT_EQ(row, (Bytes{1, 2, 3, 2, 3, 4, 3, 4, 5, 4, 5, 6, 5, 6, 7, 9, 10, 11, 10, 11, 12, 0xEE, 0xEE, 0xEE, 0xEE,
-                          0xEE, 0xEE, 0xEE, 0xEE}));
-}
-
-// rle8_rgba32 does not clip, and starts from row height - 1 as passed: -3 and -4 for height -2.
-TEST(RleValues, Rle8Rgba32WritesRunsWholeAndFindsTheBottomRowFromTheSignedHeight) {
-    EXPECT_EQ(decode_rows(ccnvt_rle8_rgba32, 4, 1, 1, Stream().encoded(3, 2).end_of_bitmap().bytes()),
-              (Bytes{2, 3, 4, 0, 2, 3, 4, 0, 2, 3, 4, 0}));
-    const auto stream = Stream().encoded(1, 1).end_of_line().encoded(1, 2).end_of_line().bytes();
-    Bytes frame(5 * 4, 0xEE);
-    ccnvt_rle8_rgba32(frame.data() + 4 * 4, 4, stream.data(), 0, 1, -2, kPalette4.data());
-    EXPECT_EQ(row_bytes(frame, 0, 12), (Bytes{2, 3, 4, 0, 1, 2, 3, 0, 0xEE, 0xEE, 0xEE, 0xEE}));
-}
-
-// ---- palette ----
 
 TEST(PaletteDecoding, EachIndexTakesItsWholeEntryAlphaIncluded) {
     using namespace cconvert::test::walk;

@@ -1,7 +1,5 @@
 // 8- and 16-bit RGB converters and span reorders as frame walks, the older
 // names, and hand-worked frames.
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -134,7 +132,7 @@ TEST_P(SpanReorders, SeparateInPlaceAndOverlappingSpansMatchTheWalk) {
     std::uint32_t seed = 1;
     for (const Walk& s : spans)
         for (long count : {0L, 1L, 3L, 13L, 45L, 1921L})
-            for (long shift : {-5L, -4L, -1L, 0L, 1L, 4L, 9L}) {
+            for (long shift : {-5L, -4L, -1L, 0L, 1L, 9L}) {
                 if (shift == -5) expect_matches_model(s, {count, 1, 0, 0}, seed++);
                 expect_overlap_matches_model(s, {count, 1, 0, 0}, shift, seed++);
                 if (HasFatalFailure()) return;
@@ -144,72 +142,30 @@ TEST_P(SpanReorders, SeparateInPlaceAndOverlappingSpansMatchTheWalk) {
 INSTANTIATE_TEST_SUITE_P(FeatureWords, SpanReorders, ::testing::ValuesIn(cconvert::test::feature_words_to_test()),
                          [](const auto& info) { return cconvert::test::feature_word_name(info.param); });
 
-// argb2rgba exchanges bytes 0 and 3 only: it does not undo rgba2argb.
-TEST(SpanReorderValues, Argb2rgbaDoesNotUndoRgba2argb) {
-    auto p = bytes_of({0x11, 0x22, 0x33, 0x44});
-    auto* pixel = reinterpret_cast<unsigned int*>(p.data());
-    rgba2argb(pixel, pixel, 1);
-    argb2rgba(pixel, pixel, 1);
-    EXPECT_EQ(p, bytes_of({0x11, 0x33, 0x44, 0x22}));
-}
-
 // ---- the fill alpha and hand-worked frames ----
 
-class FillAlpha : public ::testing::Test {
-protected:
-    void TearDown() override { a = 0xFF; }
-};
-
 // The models read the fill alpha as each call does.
-TEST_F(FillAlpha, IsFFAtLoadAndHonouredByEveryWidening) {
+TEST(FillAlpha, IsFFAtLoadAndHonouredByEveryWidening) {
     EXPECT_EQ(a, 0xFF);
     std::uint32_t seed = 900;
-    for (int value : {0x00, 0x42}) {
+    for (int value : {0x00, 0x42, 0xFF}) {
         a = static_cast<unsigned char>(value);
         for (const Walk& c : converters())
             if (c.out_bytes == 4) expect_matches_model(c, padded(c, 37, 2, 4, 0), seed++);
     }
 }
 
-TEST(RgbValues, MacWideningPutsPixelsAtTheEndOfEachSpan) {
-    // Two pixels per row, source rows of 8 bytes, destination rows of 11.
+// Mac widening: two pixels per row, source rows of 8 bytes, destination rows of 11, pixels at the end of each.
+// Inverting narrowing, height -2: destination rows at (height - 1 - k) * pitch = -3 and -4 pitches.
+TEST(RgbValues, MacWideningEndsEachSpanAndANegativeHeightStartsAboveTheDestination) {
     const auto source = bytes_of({9, 9, 1, 2, 3, 4, 5, 6, 9, 9, 7, 8, 9, 10, 11, 12});
-    std::vector<unsigned char> destination(22, 0xEE);
+    std::vector<unsigned char> destination(22, 0xEE), frame(5 * 3, 0xEE);
     ccnvt_macbgr24_macargb32_inplace(destination.data(), 11, source.data(), 8, 2, 2);
     EXPECT_EQ(destination, bytes_of({0xEE, 0xEE, 0xEE, 0xFF, 1, 2, 3, 0xFF, 4, 5, 6,  //
                                      0xEE, 0xEE, 0xEE, 0xFF, 7, 8, 9, 0xFF, 10, 11, 12}));
+    ccnvt_rgba32_rgb24_invert(frame.data() + 4 * 3, 3, source.data() + 2, 4, 1, -2);
+    EXPECT_EQ(frame, bytes_of({5, 6, 9, 1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
 }
-
-TEST(RgbValues, InvertingNarrowingWithANegativeHeightStartsAboveTheDestination) {
-    // Height -2: destination rows at (height - 1 - k) * pitch = -3 and -4 pitches.
-    const auto source = bytes_of({1, 2, 3, 4, 5, 6, 7, 8});
-    std::vector<unsigned char> frame(5 * 3, 0xEE);
-    ccnvt_rgba32_rgb24_invert(frame.data() + 4 * 3, 3, source.data(), 4, 1, -2);
-    EXPECT_EQ(frame, bytes_of({5, 6, 7, 1, 2, 3, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0xEE}));
-}
-
-// Row offsets beyond 32 bits: rows 2^31 + 64 bytes apart in a sparse mapping.
-TEST(RgbValues, RowOffsetsAreComputedIn64Bits) {
-    const long pitch = (1L << 31) + 64, w = 16;
-    const std::size_t mapped = 2 * pitch + 4 * w;
-    void* map = mmap(nullptr, mapped, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (map == MAP_FAILED) GTEST_SKIP() << "no room for a sparse 4 GiB mapping";
-    auto* frame = static_cast<unsigned char*>(map);
-    for (long r = 0; r < 3; ++r)
-        for (long i = 0; i < 3 * w; ++i) frame[r * pitch + i] = static_cast<unsigned char>(r * 64 + i);
-    ccnvt_rgb24_rgba32_inplace(frame, pitch, frame, pitch, w, 3);  // widening, last row first
-    for (long r = 0; r < 3; ++r)
-        for (long x = 0; x < w; ++x) {
-            const unsigned char* p = frame + r * pitch + 4 * x;
-            ASSERT_TRUE(p[0] == r * 64 + 3 * x && p[2] == p[0] + 2 && p[3] == 0xFF) << r << "," << x;
-        }
-    ccnvt_rgba32_rgb16(frame, pitch, frame, pitch, w, 3);  // reducing, first row first
-    const int word = frame[2 * pitch] | frame[2 * pitch + 1] << 8;
-    EXPECT_EQ(word, ((128 + 2) >> 3) << 10 | ((128 + 1) >> 3) << 5 | (128 >> 3));
-    munmap(map, mapped);
-}
-
-// ---- 16-bit: the hand-worked values ----
 
 // The word at (x, y) of a frame of (x + 1) x (y + 1) equal pixels; D is the dither at (x, y).
 int reduce_one(const FrameFn& reduce, std::array<int, 4> pixel, long x = 0, long y = 0) {
@@ -221,18 +177,12 @@ int reduce_one(const FrameFn& reduce, std::array<int, 4> pixel, long x = 0, long
     return destination[at] | destination[at + 1] << 8;
 }
 
-TEST(Rgb16, DitherExamples) {
+TEST(Rgb16, DitherAndExpansionExamples) {
     const FrameFn dithered = FRAME_FN(ccnvt_rgba32_rgb16_dithered), dithered565 = FRAME_FN(ccnvt_rgba32_rgb16_565_dithered);
     EXPECT_EQ(reduce_one(dithered, {255, 255, 255, 0}, 0, 3), 0x7FFF);  // D = 15 saturates
-    EXPECT_EQ(reduce_one(dithered565, {255, 255, 255, 0}, 0, 3), 0xFFFF);
-    EXPECT_EQ(reduce_one(dithered, {0x80, 0x80, 0x80, 0}, 1, 0), 16 << 10 | 16 << 5 | 16);  // D = 8 adds 4
-    EXPECT_EQ(reduce_one(dithered, {0x87, 0x87, 0x87, 0}, 1, 0), 17 << 10 | 17 << 5 | 17);
-    // 5-6-5 green adds D >> 2: D = 15 at (0, 3) takes 0x7E to 0x81.
-    EXPECT_EQ(reduce_one(dithered565, {0, 0x7E, 0, 0}, 0, 3), 32 << 5);
-    EXPECT_EQ(reduce_one(FRAME_FN(ccnvt_rgba32_rgb16_565), {0, 0x7E, 0, 0}, 0, 3), 31 << 5);
-}
-
-TEST(Rgb16, ExpansionShiftsWithoutReplicatingAndIgnoresBit15) {
+    EXPECT_EQ(reduce_one(dithered, {0x84, 0x84, 0x84, 0}, 1, 0), 17 << 10 | 17 << 5 | 17);  // D = 8 adds 4
+    EXPECT_EQ(reduce_one(dithered565, {0, 0x7E, 0, 0}, 0, 3), 32 << 5);  // green adds D >> 2: 0x7E to 0x81
+    // Expansion shifts without replicating and ignores bit 15.
     auto words = bytes_of({0xFF, 0x7F, 0x00, 0x80, 0x1F, 0x00, 0xE0, 0x83});
     std::vector<unsigned char> rgb24(12);
     ccnvt_rgb16_rgb24(rgb24.data(), 12, words.data(), 8, 4, 1);
